@@ -18,7 +18,7 @@ if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Werror)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Wno-missing-designated-field-initializers -Werror)
 add_link_options(-fuse-ld=lld)
 
 set(TAVRIN_SANITIZE "" CACHE STRING "Sanitizers to build with: address,undefined or thread")

@@ -1,0 +1,63 @@
+#include "support/async/ThreadPool.h"
+
+#include "support/time/Clock.h"
+
+namespace tavrin {
+
+ThreadPool::ThreadPool(unsigned threadCount) {
+    threads.reserve(threadCount);
+    for (unsigned i = 0; i < threadCount; ++i)
+        threads.emplace_back([this] { work(); });
+}
+
+ThreadPool::~ThreadPool() {
+    {
+        const std::scoped_lock lock(mutex);
+        isClosing = true;
+    }
+    changed.notify_all();
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+JobId ThreadPool::postAt(SteadyInstant due, Job job) {
+    JobId id;
+    {
+        const std::scoped_lock lock(mutex);
+        id = {std::max(due, now()), ++serials};
+        jobs.add(id, std::move(job));
+    }
+    changed.notify_one();
+    return id;
+}
+
+bool ThreadPool::cancel(JobId id) {
+    Job dropped; // destroyed after the lock: its destructor may do anything
+    const std::scoped_lock lock(mutex);
+    dropped = jobs.take(id);
+    return static_cast<bool>(dropped);
+}
+
+SteadyInstant ThreadPool::now() {
+    return SystemSteadyClock().now();
+}
+
+void ThreadPool::work() {
+    std::unique_lock lock(mutex);
+    while (!isClosing) {
+        if (jobs.isEmpty()) {
+            changed.wait(lock);
+        } else if (!jobs.isDue(now())) {
+            const Duration due = jobs.next().due.time_since_epoch();
+            changed.wait_until(lock, std::chrono::steady_clock::time_point(due));
+        } else {
+            Job job = jobs.takeNext();
+            lock.unlock();
+            job();
+            job = nullptr;
+            lock.lock();
+        }
+    }
+}
+
+} // namespace tavrin

@@ -1,0 +1,247 @@
+#include "support/files/AtomicFile.h"
+#include "support/files/DiskFolder.h"
+#include "support/files/FileError.h"
+#include "support/files/MemoryFolder.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <functional>
+
+namespace tavrin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using std::string_view_literals::operator""sv;
+namespace fs = std::filesystem;
+
+fs::path newFolder() {
+    std::string name = (fs::temp_directory_path() / "tavrin-folder-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    return name;
+}
+
+struct OnDisk {
+    OnDisk() = default;
+    ~OnDisk() { fs::remove_all(path); }
+    OnDisk(const OnDisk&) = delete;
+    OnDisk& operator=(const OnDisk&) = delete;
+
+    fs::path path = newFolder();
+    DiskFolder folder{path / "new" / "root"};
+};
+
+struct InMemory {
+    MemoryFolder folder;
+};
+
+/// The errno value with which the call fails, 0 if it does not.
+int errorOf(const std::function<void()>& call) {
+    try {
+        call();
+        return 0;
+    } catch (const FileError& error) {
+        return error.code().value();
+    }
+}
+
+/// What every kind of folder does alike.
+template <class Place>
+class FolderContract : public testing::Test {
+protected:
+    FolderContract() { folder.makeFolders(""); }
+
+    Place place;
+    Folder& folder = place.folder;
+};
+using Places = testing::Types<OnDisk, InMemory>;
+TYPED_TEST_SUITE(FolderContract, Places);
+
+TYPED_TEST(FolderContract, reads_back_what_was_written) {
+    Folder& folder = this->folder;
+    const std::string bytes("\0\xff line\n", 8);
+    folder.makeFolders("a/b");
+    folder.writeAtomically("a/b/f", bytes);
+    EXPECT_EQ(folder.read("a/b/f", 8), bytes);
+    EXPECT_EQ(folder.read("a/b/f", Folder::noLimit), bytes);
+    EXPECT_EQ(errorOf([&] { folder.read("a/b/f", 7); }), EFBIG);
+    EXPECT_EQ(folder.readRange("a/b/f", 2, 5), " line");
+    EXPECT_EQ(folder.readRange("a/b/f", 7, 100), "\n");
+    EXPECT_EQ(folder.readRange("a/b/f", 8, 1), "");
+    EXPECT_EQ(folder.readRange("a/b/f", 1000, 1), "");
+
+    const FileInfo file = folder.info("a/b/f").value_or(FileInfo{.isFolder = true});
+    EXPECT_FALSE(file.isFolder);
+    EXPECT_EQ(file.size, 8u);
+    EXPECT_LT(std::chrono::abs(std::chrono::system_clock::now() - file.modified), std::chrono::minutes(1));
+    for (const char* name : {"a/b", ""})
+        EXPECT_TRUE(folder.info(name).value_or(FileInfo{}).isFolder) << name;
+    EXPECT_FALSE(folder.info("a/x"));
+    EXPECT_FALSE(folder.info("a/b/f/x"));
+    EXPECT_GT(folder.freeBytes(), 1000u);
+}
+
+TYPED_TEST(FolderContract, an_atomic_write_replaces_and_an_abandoned_one_leaves_no_trace) {
+    Folder& folder = this->folder;
+    folder.writeAtomically("f", "a long old text");
+    folder.writeAtomically("f", "new");
+    {
+        AtomicFile abandoned(folder, "f");
+        abandoned.append(std::string_view("half"));
+        EXPECT_THAT(folder.list(""), ElementsAre("f"));
+    }
+    {
+        AtomicFile streamed(folder, "g");
+        for (const std::string_view part : {"one ", "", "two"})
+            streamed.append(part);
+        EXPECT_FALSE(folder.info("g"));
+        streamed.commit();
+    }
+    EXPECT_EQ(folder.read("f", 100), "new");
+    EXPECT_EQ(folder.read("g", 100), "one two");
+    folder.remove("f");
+    folder.remove("g");
+    folder.makeFolders("empty");
+    folder.rename("empty", "moved"); // succeeds only if nothing is hidden below
+    EXPECT_TRUE(folder.remove("moved"));
+}
+
+TYPED_TEST(FolderContract, appending_goes_on_where_the_file_ends) {
+    Folder& folder = this->folder;
+    {
+        const auto file = folder.openForAppend("log");
+        EXPECT_EQ(file->size(), 0u);
+        file->append(std::string_view("one"));
+        file->append(std::string_view(""));
+        file->syncData();
+    }
+    const auto file = folder.openForAppend("log");
+    EXPECT_EQ(file->size(), 3u);
+    file->append(std::string_view("two"));
+    EXPECT_EQ(folder.read("log", 10), "onetwo");
+    folder.rename("log", "moved");
+    file->append(std::string_view("!"));
+    EXPECT_EQ(folder.read("moved", 10), "onetwo!");
+}
+
+TYPED_TEST(FolderContract, lists_sorted_and_hides_temporaries_until_they_are_removed) {
+    Folder& folder = this->folder;
+    folder.makeFolders("d/sub");
+    for (const char* name : {"d/b", "d/ü", "d/.hidden", "d/A", "d/.~1-0.tmp"})
+        folder.openForAppend(name);
+    EXPECT_THAT(folder.list("d"), ElementsAre(".hidden", "A", "b", "sub", "ü"));
+    EXPECT_TRUE(folder.info("d/.~1-0.tmp"));
+    folder.removeTemporaries("d");
+    EXPECT_FALSE(folder.info("d/.~1-0.tmp"));
+    EXPECT_EQ(folder.list("d").size(), 5u);
+}
+
+TYPED_TEST(FolderContract, removes_files_folders_and_trees) {
+    Folder& folder = this->folder;
+    folder.makeFolders("t/u/v");
+    folder.writeAtomically("t/f", "x");
+    folder.writeAtomically("t/u/g", "x");
+    EXPECT_EQ(errorOf([&] { folder.remove("t"); }), ENOTEMPTY);
+    EXPECT_TRUE(folder.remove("t/u/v"));
+    EXPECT_TRUE(folder.remove("t/f"));
+    EXPECT_FALSE(folder.remove("t/f"));
+    EXPECT_FALSE(folder.remove("no/such/folder"));
+    EXPECT_TRUE(folder.removeTree("t"));
+    EXPECT_FALSE(folder.removeTree("t"));
+    EXPECT_THAT(folder.list(""), IsEmpty());
+}
+
+TYPED_TEST(FolderContract, moves_files_and_folders_over_what_may_be_replaced) {
+    Folder& folder = this->folder;
+    folder.makeFolders("from/deep");
+    folder.makeFolders("empty");
+    folder.makeFolders("full/x");
+    folder.writeAtomically("from/deep/f", "1");
+    folder.writeAtomically("file", "2");
+    EXPECT_EQ(errorOf([&] { folder.rename("from", "full"); }), ENOTEMPTY);
+    EXPECT_EQ(errorOf([&] { folder.rename("from", "file"); }), ENOTDIR);
+    EXPECT_EQ(errorOf([&] { folder.rename("file", "empty"); }), EISDIR);
+    EXPECT_EQ(errorOf([&] { folder.rename("from", "from/deep/in"); }), EINVAL);
+    EXPECT_EQ(errorOf([&] { folder.rename("none", "x"); }), ENOENT);
+    EXPECT_EQ(errorOf([&] { folder.rename("file", "none/x"); }), ENOENT);
+    folder.rename("file", "file");
+    folder.rename("from", "empty");
+    folder.rename("empty/deep/f", "file");
+    EXPECT_EQ(folder.read("file", 1), "1");
+    EXPECT_FALSE(folder.info("from"));
+    EXPECT_THAT(folder.list("empty/deep"), IsEmpty());
+}
+
+TYPED_TEST(FolderContract, errors_have_the_systems_reason_and_the_full_path) {
+    Folder& folder = this->folder;
+    folder.writeAtomically("file", "x");
+    EXPECT_EQ(errorOf([&] { folder.read("none", 1); }), ENOENT);
+    EXPECT_EQ(errorOf([&] { folder.read("file/below", 1); }), ENOTDIR);
+    EXPECT_EQ(errorOf([&] { folder.read("", 1); }), EISDIR);
+    EXPECT_EQ(errorOf([&] { folder.list("none"); }), ENOENT);
+    EXPECT_EQ(errorOf([&] { folder.list("file"); }), ENOTDIR);
+    EXPECT_EQ(errorOf([&] { folder.openForAppend("none/f"); }), ENOENT);
+    EXPECT_EQ(errorOf([&] { folder.openForAppend(""); }), EISDIR);
+    EXPECT_EQ(errorOf([&] { folder.writeAtomically("none/f", "x"); }), ENOENT);
+    EXPECT_EQ(errorOf([&] { folder.makeFolders("file/x"); }), ENOTDIR);
+    EXPECT_EQ(errorOf([&] { folder.makeFolders("file"); }), ENOTDIR);
+    try {
+        folder.read("none", 1);
+    } catch (const FileError& error) {
+        EXPECT_EQ(error.path(), folder.location("none").string());
+        EXPECT_THAT(error.what(), testing::HasSubstr(error.path() + ": No such file"));
+    }
+}
+
+TYPED_TEST(FolderContract, names_cannot_leave_the_root) {
+    Folder& folder = this->folder;
+    for (const std::string_view bad : {"/etc/passwd"sv, ".."sv, "a/../b"sv, "./a"sv, "a//b"sv, "a/"sv, "a\0b"sv}) {
+        EXPECT_EQ(errorOf([&] { folder.read(bad, 1); }), EINVAL) << bad;
+        EXPECT_EQ(errorOf([&] { folder.writeAtomically(bad, ""); }), EINVAL) << bad;
+        EXPECT_EQ(errorOf([&] { folder.rename("a", bad); }), EINVAL) << bad;
+        EXPECT_EQ(errorOf([&] { folder.makeFolders(bad); }), EINVAL) << bad;
+    }
+    EXPECT_EQ(errorOf([&] { folder.removeTree(""); }), EBUSY);
+}
+
+TEST(DiskFolder, files_and_folders_are_the_users_alone) {
+    const OnDisk disk;
+    DiskFolder folder(disk.path / "x" / "y");
+    const mode_t before = umask(0);
+    folder.makeFolders("z");
+    folder.writeAtomically("z/atomic", "");
+    folder.openForAppend("z/log");
+    umask(before);
+    for (const char* name : {"x", "x/y", "x/y/z", "x/y/z/atomic", "x/y/z/log"}) {
+        const auto wanted = fs::is_directory(disk.path / name) ? fs::perms::owner_all
+                                                               : (fs::perms::owner_read | fs::perms::owner_write);
+        EXPECT_EQ(fs::status(disk.path / name).permissions(), wanted) << name;
+    }
+}
+
+TEST(DiskFolder, a_root_not_made_yet_has_free_space_and_no_files) {
+    const OnDisk disk;
+    EXPECT_GT(disk.folder.freeBytes(), 0u);
+    EXPECT_FALSE(disk.folder.info("f"));
+    EXPECT_THROW(DiskFolder("relative"), std::invalid_argument);
+}
+
+TEST(DiskFolder, removing_a_tree_does_not_follow_links_and_pipes_do_not_block) {
+    OnDisk disk;
+    disk.folder.makeFolders("t");
+    fs::create_directory(disk.path / "outside");
+    fs::create_directory_symlink(disk.path / "outside", disk.path / "new/root/t/link");
+    DiskFolder(disk.path).writeAtomically("outside/kept", "");
+    ASSERT_EQ(mkfifo((disk.path / "new/root/pipe").c_str(), 0600), 0);
+    EXPECT_EQ(errorOf([&] { disk.folder.read("pipe", 10); }), EINVAL);
+    EXPECT_NE(errorOf([&] { disk.folder.openForAppend("pipe"); }), 0);
+    disk.folder.removeTree("t");
+    EXPECT_TRUE(fs::exists(disk.path / "outside/kept"));
+    EXPECT_FALSE(disk.folder.info("t"));
+}
+
+} // namespace
+} // namespace tavrin

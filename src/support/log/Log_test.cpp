@@ -1,0 +1,90 @@
+#include "support/log/LogCapture.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <sstream>
+#include <thread>
+
+namespace tavrin {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr Logger capture{"capture"};
+
+TEST(Log, lines_carry_category_and_level_and_those_below_the_level_are_dropped) {
+    const LogCapture log(LogLevel::info);
+    constexpr Logger other{"meeting"};
+    capture.debug("chunk {}", 1);
+    capture.info("rate {} Hz", 16000);
+    other.warning("late by {:.1f} s", 0.25);
+    setLogLevel(LogLevel::error);
+    capture.warning("hidden");
+    other.error("stopped");
+    setLogLevel(LogLevel::off);
+    other.error("hidden");
+    EXPECT_THAT(log.lines(),
+                ElementsAre("capture info: rate 16000 Hz", "meeting warning: late by 0.2 s", "meeting error: stopped"));
+}
+
+TEST(Log, one_event_is_one_line) {
+    const LogCapture log;
+    capture.info("{}", "a\nfake error: x\x1b[2J\té");
+    EXPECT_THAT(log.lines(), ElementsAre("capture info: a\\nfake error: x\\x1b[2J\\x09é"));
+}
+
+TEST(Log, a_captor_gives_back_what_was_before) {
+    const LogCapture outer;
+    {
+        const LogCapture inner(LogLevel::error);
+        capture.error("inner");
+    }
+    capture.debug("outer");
+    EXPECT_THAT(outer.lines(), ElementsAre("capture debug: outer"));
+}
+
+TEST(Log, lines_of_several_threads_do_not_mix) {
+    testing::internal::CaptureStderr();
+    setLogFormat(LogFormat::journal);
+    {
+        const auto logMuch = [] {
+            for (int i = 0; i < 200; ++i)
+                capture.info("{}", std::string(100, 'x'));
+        };
+        const std::array threads{std::jthread(logMuch), std::jthread(logMuch), std::jthread(logMuch)};
+    }
+    std::istringstream lines(testing::internal::GetCapturedStderr());
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+        ASSERT_EQ(line, "<6>so.tavrin.TavrinAssistant [capture] " + std::string(100, 'x'));
+    EXPECT_EQ(count, 600);
+}
+
+TEST(Log, the_journal_gets_priorities_and_people_get_dates) {
+    testing::internal::CaptureStderr();
+    setLogFormat(LogFormat::journal);
+    capture.warning("w");
+    capture.error("e {}", 1);
+    setLogFormat(LogFormat::plain);
+    capture.info("100%v {}", "%n");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::MatchesRegex("<4>so.tavrin.TavrinAssistant .capture. w\n"
+                                      "<3>so.tavrin.TavrinAssistant .capture. e 1\n"
+                                      "20..-..-.. ..:..:......? so.tavrin.TavrinAssistant .capture. info: 100%v %n\n"));
+}
+
+TEST(Log, the_journal_is_recognised_by_its_file) {
+    struct stat file{};
+    ASSERT_EQ(fstat(STDIN_FILENO, &file), 0);
+    const std::string here = std::to_string(file.st_dev) + ":" + std::to_string(file.st_ino);
+    EXPECT_TRUE(journalListens(here, STDIN_FILENO));
+    for (const std::string& other : {here + "1", std::string(), std::string("x"), std::string(100, '1')})
+        EXPECT_FALSE(journalListens(other, STDIN_FILENO));
+    EXPECT_FALSE(journalListens(here, -1));
+}
+
+} // namespace
+} // namespace tavrin
