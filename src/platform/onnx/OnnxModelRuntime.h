@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/ModelRuntime.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace tavrin {
+
+/// `ModelRuntime` over ONNX Runtime, whose library is opened at run time so that one program runs on several versions.
+///
+/// Graphs run on the processor, `threads` workers each, which do not spin while idle. Memory arenas are off: a
+/// transcription's working memory goes back when it ends.
+class OnnxModelRuntime final : public ModelRuntime {
+public:
+    /// Opens `library`, or, if it is empty, the first of: the file that the environment names in TAVRIN_ONNXRUNTIME,
+    /// "../lib/libonnxruntime.so" beside the program, the system's "libonnxruntime.so.1" and "libonnxruntime.so".
+    /// Throws ModelRuntimeError if none opens or it is too old.
+    explicit OnnxModelRuntime(const std::filesystem::path& library = {});
+    ~OnnxModelRuntime() override;
+
+    [[nodiscard]] std::shared_ptr<ModelGraph> load(const std::filesystem::path& file, int threads) override;
+    /// The library's version, e.g. "1.29.0".
+    [[nodiscard]] std::string version() const;
+
+private:
+    struct Library;
+    std::shared_ptr<Library> library;
+};
+
+} // namespace tavrin
