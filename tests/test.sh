@@ -1,0 +1,51 @@
+# Sourced by ./tavrin after set-up: builds with sanitizers and runs every test. Says how many passed.
+# Reads: cache, python, runtime, models, and the script's functions.
+
+long=${1:-}
+material=$cache/speech
+quietly "Making speech and noise for the tests" tests/material.sh "$material"
+speech_model "$cache/models-full/openai_whisper-base" --precision full
+
+export TAVRIN_TEST_MODEL=$models/openai_whisper-base
+export TAVRIN_TEST_FULL_MODEL=$cache/models-full/openai_whisper-base
+export TAVRIN_TEST_DATA=$PWD/tests/data
+export TAVRIN_TEST_CLIPS=/usr/share/pocketsphinx/test/data
+export TAVRIN_TEST_SPEECH=$material
+export TAVRIN_TEST_LONG=$long
+export TAVRIN_WHEELS=$cache/downloads/wheels
+export TAVRIN_TEST_PYTHON=$python
+
+build release all
+build asan unit_tests fuzzers
+build tsan thread_tests
+
+passed=0 failed=0
+# suite NAME COMMAND...: one line per suite, its output only if it fails.
+suite() {
+  local name=$1 log begin=$SECONDS
+  shift
+  log=$(mktemp "${TMPDIR:-/tmp}/tavrin-test.XXXXXX")
+  if "$@" >"$log" 2>&1; then
+    passed=$((passed + 1))
+    say "ok      $name ($((SECONDS - begin)) s)"
+  else
+    failed=$((failed + 1))
+    say "FAILED  $name ($((SECONDS - begin)) s)"
+    tail -n 80 "$log" >&2
+  fi
+  rm -f "$log"
+}
+
+export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 TSAN_OPTIONS=halt_on_error=1
+suite "edges between folders" python3 tests/edges.py
+suite "unit tests, address and undefined behaviour" ctest --test-dir build/asan -L unit -j "$(nproc)" --output-on-failure
+suite "unit tests, threads" ctest --test-dir build/tsan -L threads -j "$(nproc)" --output-on-failure
+for fuzzer in build/asan/bin/*_fuzzer; do
+  suite "fuzzing: $(basename "$fuzzer")" tests/fuzz.sh "$fuzzer" "${long:+300}"
+done
+suite "model tools" "$python" tools/models/test_packs.py
+suite "recognition with real models" ctest --test-dir build/release -L models --output-on-failure
+suite "the command line" tests/transcribe/command_line.sh build/release/bin/tavrin-transcribe
+
+echo "$passed passed, $failed failed"
+[ "$failed" = 0 ]
