@@ -8,8 +8,6 @@ namespace tavrin {
 namespace {
 
 constexpr std::size_t largestFile = 4UL << 20U;
-/// Vocabularies of the English-only variants end before this.
-constexpr std::size_t multilingualVocabulary = 51'865;
 constexpr std::int64_t largestDimension = 1 << 20;
 
 [[noreturn]] void fail(const std::string& name, const std::string& reason) {
@@ -50,6 +48,7 @@ ModelConfig ModelConfig::parse(std::string_view json, const std::string& name) {
     const Json document = parseModelJson(json, name);
     const Json* dims = objectAt(document, "dims");
     if (dims == nullptr) fail(name, "\"dims\" is missing");
+    const Json* languages = arrayAt(document, "lang_ids");
     return {.variant = stringAt(document, "variant").value_or(""),
             .melBands = dimension(*dims, "mel_bands", name),
             .audioPositions = dimension(*dims, "audio_positions", name),
@@ -58,10 +57,9 @@ ModelConfig ModelConfig::parse(std::string_view json, const std::string& name) {
             .heads = dimension(*dims, "heads", name),
             .decoderLayers = dimension(*dims, "decoder_layers", name),
             .vocabulary = dimension(*dims, "vocabulary", name),
+            .isMultilingual = languages != nullptr && !languages->empty(),
             .alignmentHeads = headPairs(document, name)};
 }
-
-bool ModelConfig::isMultilingual() const noexcept { return vocabulary >= multilingualVocabulary; }
 
 void ModelConfig::checkTokenizer(const Tokenizer& tokenizer, const std::string& name) const {
     if (tokenizer.size() != vocabulary)

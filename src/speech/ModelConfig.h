@@ -21,6 +21,8 @@ struct ModelConfig {
     std::size_t heads = 0;
     std::size_t decoderLayers = 0;
     std::size_t vocabulary = 0;
+    /// Knows more languages than English: the file lists their tokens.
+    bool isMultilingual = false;
     /// Decoder layer and head of each row of the alignment weights.
     std::vector<std::pair<int, int>> alignmentHeads;
 
@@ -28,8 +30,6 @@ struct ModelConfig {
     [[nodiscard]] static ModelConfig load(const std::filesystem::path& file);
     [[nodiscard]] static ModelConfig parse(std::string_view json, const std::string& name);
 
-    /// Knows more languages than English.
-    [[nodiscard]] bool isMultilingual() const noexcept;
     /// Throws SpeechError if `tokenizer` is of another variant.
     void checkTokenizer(const Tokenizer& tokenizer, const std::string& name) const;
 };

@@ -11,6 +11,9 @@ namespace tavrin {
 
 namespace {
 
+/// A decoder gone astray may close segments of nothing; the walk goes on all the same.
+constexpr std::size_t leastAdvance = speechSampleRate;
+
 float secondsOf(std::size_t samples) { return static_cast<float>(samples) / static_cast<float>(speechSampleRate); }
 
 std::size_t samplesOf(float seconds) {
@@ -43,8 +46,8 @@ SegmentSeeker::Found SegmentSeeker::findSeekPointAndSegments(const DecodingResul
     const bool endsOpen = !tokens.empty() && !isTime(tokens.back());
     const bool endsAtPair = begin + 1 == tokens.size() && begin > 0;
     if (begin > 0 && (endsAtPair || (endsOpen && result.hitLimit))) {
-        if (const std::size_t moved = samplesOf(slices.back().stop); moved > 0)
-            found.seek = window.seek + std::min(moved, window.segmentSize);
+        const std::size_t moved = std::max(samplesOf(slices.back().stop), leastAdvance);
+        found.seek = window.seek + std::min(moved, window.segmentSize);
     } else if (!tokens.empty()) {
         slices.push_back({begin, tokens.size(), start, endsOpen ? length : timeOf(tokens.back())});
     }

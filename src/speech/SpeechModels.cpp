@@ -45,7 +45,8 @@ bool SpeechModels::hearsSpeech(std::span<const float> audio) const {
 
 std::shared_ptr<const SpeechModels> SpeechModelCache::load(const std::filesystem::path& folder, int threads) {
     const std::lock_guard guard(lock);
-    auto& entry = loaded[{std::filesystem::absolute(folder).lexically_normal(), threads}];
+    std::error_code unknown; // a folder that is not there is the loader's to report
+    auto& entry = loaded[{std::filesystem::weakly_canonical(folder, unknown), threads}];
     if (auto models = entry.lock()) return models;
     auto models = std::make_shared<const SpeechModels>(runtime, folder, threads);
     entry = models;

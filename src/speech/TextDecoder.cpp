@@ -34,7 +34,7 @@ DecodingFallback fallbackOf(const DecodingResult& result, const DecodingOptions&
 TextDecoder::TextDecoder(std::shared_ptr<const ModelGraph> decoder, const ModelConfig& config, const Tokenizer& words,
                          const std::string& file)
     : graph(std::move(decoder)), tokenizer(words),
-      multilingual(config.isMultilingual()), features(DecoderFeatures::of(*graph, file)),
+      multilingual(config.isMultilingual), features(DecoderFeatures::of(*graph, file)),
       shape(decoderShape(*graph, features, config.textPositions, file)) {
     if (shape.vocabulary != config.vocabulary || shape.layers != config.decoderLayers || shape.heads != config.heads)
         throw SpeechError(file + ": the decoder and config.json are of different variants");

@@ -125,7 +125,8 @@ std::vector<std::pair<std::size_t, std::size_t>> wordRanges(std::span<const int>
         std::size_t end = begin + 1;
         std::string text = tokenizer.decodeBytes(tokens.subspan(begin, 1));
         while (end < tokens.size() && !isValidUtf8(text)) text += tokenizer.decodeBytes(tokens.subspan(end++, 1));
-        const bool isMark = !ranges.empty() && !text.empty() && appendedMarks.find(trimmed(text)) != std::string_view::npos;
+        const auto bare = trimmed(text);
+        const bool isMark = !bare.empty() && appendedMarks.find(bare) != std::string_view::npos;
         const bool startsWord = !hasBlanks || text.starts_with(' ');
         if (ranges.empty() || (startsWord && !isMark))
             ranges.emplace_back(begin, end);
