@@ -1,10 +1,14 @@
 # tavrin_library(NAME FOLDER [USES library...] [LINK target...] [HIDDEN target...])
 #
 # One static library per folder, with its sources and its tests side by side: Foo.h, Foo.cpp, Foo_test.cpp.
-# USES names other folders' libraries, LINK what users of the library link as well, HIDDEN what only its sources see.
+# THREADED marks tests that run threads; they are built and run with the thread sanitizer, too. USES names other folders' libraries, LINK what users of the library link as well, HIDDEN what only its sources see.
 # The tests become one executable, NAME_test, known to ctest under the label "unit".
+# What the sanitizer builds need: all unit tests, and those with threads.
+add_custom_target(unit_tests)
+add_custom_target(thread_tests)
+
 function(tavrin_library name folder)
-  cmake_parse_arguments(A "" "" "USES;LINK;HIDDEN;TEST_USES" ${ARGN})
+  cmake_parse_arguments(A "THREADED" "" "USES;LINK;HIDDEN;TEST_USES" ${ARGN})
   set(dir ${CMAKE_SOURCE_DIR}/src/${folder})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${dir}/*.cpp)
   set(tests ${sources})
@@ -29,6 +33,10 @@ function(tavrin_library name folder)
     add_executable(${name}_test ${tests})
     target_link_libraries(${name}_test PRIVATE ${name} ${A_TEST_USES} ${A_HIDDEN} GTest::gmock GTest::gtest_main)
     add_test(NAME ${name}_test COMMAND ${name}_test)
-    set_tests_properties(${name}_test PROPERTIES LABELS unit TIMEOUT 120)
+    set_tests_properties(${name}_test PROPERTIES LABELS "unit$<$<BOOL:${A_THREADED}>:;threads>" TIMEOUT 300)
+    add_dependencies(unit_tests ${name}_test)
+    if(A_THREADED)
+      add_dependencies(thread_tests ${name}_test)
+    endif()
   endif()
 endfunction()

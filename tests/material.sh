@@ -3,6 +3,8 @@
 #   clean/NN.wav, pink15/NN.wav   the sentences of data/sentences.txt, by three voices; with pink noise at 15 dB
 #   human/NAME.wav, human/NAME.txt  recorded speech with its words
 #   noise/NAME.wav                ten minutes each without a word
+#   words/NAME.wav                single short words
+#   languages/CODE.wav            a sentence in another language
 #   mixed/NAME.wav                two sentences with such a sound before, between, behind and under them
 set -euo pipefail
 folder=$1
@@ -11,7 +13,7 @@ version=$(cat "$here/material.sh" "$here/data/sentences.txt" | sha256sum | cut -
 [ "$(cat "$folder/version" 2>/dev/null)" != "$version" ] || exit 0
 part=$folder.part
 rm -rf "$part"
-mkdir -p "$part"/{clean,pink15,human,noise,mixed}
+mkdir -p "$part"/{clean,pink15,human,words,languages,noise,mixed}
 cd "$part"
 format=(-r 16000 -c 1 -b 16)
 
@@ -46,6 +48,18 @@ recorded() {
   echo "go somewhere and do something" >human/something.txt
 }
 
+short() {
+  local word voice
+  for word in yes no okay hello stop thanks right sure maybe hi; do
+    for voice in slt rms; do
+      flite -voice "$voice" -t "$word" -o spoken.wav
+      sox spoken.wav "${format[@]}" "words/$word-$voice.wav" norm -6
+    done
+  done
+  espeak-ng -v de -s 140 -w spoken.wav "Guten Morgen, wir haben heute leider nicht genug Zeit, um alle Fragen zu beantworten."
+  sox spoken.wav "${format[@]}" languages/de.wav norm -3
+}
+
 # Sounds without speech, SECONDS long, into FOLDER; several levels follow one another in each.
 noises() {
   local seconds=$1 to=$2 third=$(($1 / 3)) name level
@@ -69,7 +83,7 @@ noises() {
     sox click.wav "${format[@]}" word.wav pad 0 0.11 repeat 4
     sox click.wav "${format[@]}" pause.wav pad 0.3 0.27
     sox word.wav pause.wav word.wav word.wav pause.wav pause.wav "${format[@]}" typing.wav
-    sox typing.wav "${format[@]}" "clicks$level.wav" repeat $((third / 4)) trim 0 "$third"
+    sox typing.wav "${format[@]}" "clicks$level.wav" repeat "$third" trim 0 "$third"
   done
   for name in hum chords clicks; do sox "$name-40.wav" "$name-20.wav" "$name-6.wav" "$to/$name.wav"; done
   rm -f ./*.wav
@@ -96,6 +110,7 @@ mixtures() {
 
 sentences
 recorded
+short
 noises 600 noise
 mixtures
 rm -f ./*.wav

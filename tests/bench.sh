@@ -1,0 +1,37 @@
+# Sourced by ./tavrin after set-up: measures recognition. Takes accuracy, speech or growth, or nothing for all three;
+# "growth --long" adds three hours. Fails if a bar is not held.
+# Reads: cache, python, runtime, models, and the script's functions.
+
+material=$cache/speech
+pack=$models/openai_whisper-base
+quietly "Making speech for the benchmarks" tests/material.sh "$material"
+build release tavrin-bench
+
+# measure NAME [OPTION]...: one benchmark with what all of them take.
+measure() {
+  printf '\n==== %s ====\n' "$1"
+  "build/release/bin/tavrin-bench" "$@" --pack "$pack" --speech "$material" --sentences tests/data/sentences.txt
+}
+
+# benchmark NAME [OPTION]...: what it needs, then the benchmark.
+benchmark() {
+  case $1 in
+    accuracy)
+      speech_model "$cache/models-full/openai_whisper-base" --precision full
+      measure accuracy --full "$cache/models-full/openai_whisper-base" ;;
+    speech)
+      quietly "Making the graphs of the machine's limits" "$python" tools/models/limits.py "$pack" --out "$cache/limits-base"
+      measure speech --limits "$cache/limits-base" ;;
+    growth) measure "$@" ;;
+    *) die "bench takes accuracy, speech or growth" ;;
+  esac
+}
+
+if [ $# -gt 0 ]; then
+  benchmark "$@"
+else
+  say "Other programs that compute now make the figures worse; the load is $(cut -d' ' -f1 /proc/loadavg)."
+  missed=0
+  for name in accuracy speech growth; do benchmark "$name" || missed=$((missed + 1)); done
+  [ "$missed" = 0 ] || die "$missed of 3 benchmarks did not hold their bars"
+fi
