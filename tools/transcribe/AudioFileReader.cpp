@@ -11,6 +11,8 @@ extern "C" {
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
+#include <fstream>
 #include <limits>
 #include <vector>
 
@@ -21,6 +23,7 @@ namespace {
 constexpr double outputRate = 16'000;
 /// A file may state its length a little too long without being cut off.
 constexpr double toleratedLoss = 1.0;
+constexpr std::uint64_t toleratedBytes = 64;
 /// Packets in a row that may fail before the rest counts as unreadable.
 constexpr int mostBrokenPackets = 1'000;
 
@@ -67,6 +70,18 @@ float (*readerOf(AVSampleFormat packed))(const std::uint8_t*, std::size_t) {
     }
 }
 
+/// The bytes that a RIFF file lacks at its end by its own head, whose length libav silently corrects; 0 for other files.
+std::uint64_t missingRiffBytes(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::array<unsigned char, 8> head{};
+    if (!file.read(reinterpret_cast<char*>(head.data()), head.size()) || std::memcmp(head.data(), "RIFF", 4) != 0) return 0;
+    const std::uint64_t stated = 8 + (head[4] | head[5] << 8U | head[6] << 16U | std::uint64_t{head[7]} << 24U);
+    constexpr std::uint64_t unknownLength = 0xFFFFFF00; // programs that write to a pipe put about this
+    file.seekg(0, std::ios::end);
+    const auto size = static_cast<std::uint64_t>(file.tellg());
+    return stated < unknownLength && stated > size ? stated - size : 0;
+}
+
 /// The samples of a decoded frame, channels side by side.
 void interleave(const AVFrame& frame, std::vector<float>& samples) {
     const auto format = static_cast<AVSampleFormat>(frame.format);
@@ -85,7 +100,8 @@ void interleave(const AVFrame& frame, std::vector<float>& samples) {
 
 class AudioFileReader::Decoder {
 public:
-    explicit Decoder(const std::string& file) : name(file == "-" ? "standard input" : file) {
+    explicit Decoder(const std::string& file)
+        : name(file == "-" ? "standard input" : file), path(file == "-" ? "" : file) {
         av_log_set_level(AV_LOG_QUIET);
         openFormat(file);
         openCodec();
@@ -118,6 +134,8 @@ public:
 
     [[nodiscard]] std::optional<std::string> damage() const {
         if (!readError.empty()) return readError;
+        if (const auto missing = missingRiffBytes(path); missing > toleratedBytes)
+            return "the file is cut off: its last " + std::to_string(missing) + " bytes are missing";
         const auto stated = statedSeconds();
         // Streams of changing bit rate only estimate their length.
         if (stated && format->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE &&
@@ -209,7 +227,7 @@ private:
         else if (!readError.empty() || statedSeconds().value_or(0) > toleratedLoss) fail("its sound cannot be decoded");
     }
 
-    std::string name;
+    std::string name, path;
     std::unique_ptr<AVFormatContext, CloseFormat> format;
     std::unique_ptr<AVCodecContext, FreeCodec> codec;
     std::unique_ptr<AVPacket, FreePacket> packet;

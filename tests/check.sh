@@ -1,0 +1,31 @@
+# Sourced by ./tavrin after set-up: what reviewers would say. Changes nothing; "./tavrin check --fix" formats.
+
+build release all headers_alone
+faults=0
+step() {
+  local name=$1 log
+  shift
+  log=$(mktemp "${TMPDIR:-/tmp}/tavrin-check.XXXXXX")
+  if "$@" >"$log" 2>&1; then say "ok      $name"; else faults=$((faults + 1)); say "FAULT   $name"; head -n 60 "$log" >&2; fi
+  rm -f "$log"
+}
+mapfile -t sources < <(git ls-files -co --exclude-standard '*.cpp' '*.h')
+mapfile -t units < <(git ls-files -co --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'tests/*.cpp' | grep -v '^tests/fuzz/')
+
+tidy() { printf '%s\n' "${units[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy-19 -quiet -p build/release; }
+no_foreign_places() {
+  ! git grep -nIE '(/root/|/home/[a-z]|/var/tmp/)' -- . ':!tests/check.sh'
+}
+short_files() {
+  ! wc -l "${sources[@]}" | awk '$2 != "total" && $1 > 700 { print; found = 1 } END { exit !found }'
+}
+
+[ "${1:-}" != --fix ] || clang-format-19 -i "${sources[@]}"
+step "format" clang-format-19 --dry-run -Werror "${sources[@]}"
+step "edges between folders" python3 tests/edges.py
+step "duplicate blocks" python3 tests/duplicates.py
+step "no path or host of one machine" no_foreign_places
+step "no file that is too long" short_files
+step "clang-tidy" tidy
+[ "$faults" = 0 ] || die "$faults faults"
+say "all clean"
