@@ -30,13 +30,15 @@ class ModelRuntimeError : public std::runtime_error {
 };
 
 /// One caller's way through a graph: tensors are bound once to the caller's memory and used by every run.
-/// Bound memory must outlive the binding. Not for use from two threads at once; two runs of one graph may go in parallel.
+/// Bound memory must outlive the binding. Not for use from two threads at once; two runs of one graph may go in
+/// parallel.
 class ModelRun {
 public:
     virtual ~ModelRun() = default;
-    /// Binds the feature `name` (an index into `ModelGraph::inputs`) to `data` of `shape`, row-major. The graph only reads
-    /// `data`. Throws ModelRuntimeError if `bytes` is not what shape and declared type ask for.
-    virtual void bindInput(std::size_t index, const void* data, std::size_t bytes, std::span<const std::int64_t> shape) = 0;
+    /// Binds the feature `name` (an index into `ModelGraph::inputs`) to `data` of `shape`, row-major. The graph only
+    /// reads `data`. Throws ModelRuntimeError if `bytes` is not what shape and declared type ask for.
+    virtual void bindInput(std::size_t index, const void* data, std::size_t bytes,
+                           std::span<const std::int64_t> shape) = 0;
     virtual void bindOutput(std::size_t index, void* data, std::size_t bytes, std::span<const std::int64_t> shape) = 0;
     /// Computes all bound outputs. Allocates nothing on our side. Blocks. Throws ModelRuntimeError.
     virtual void run() = 0;

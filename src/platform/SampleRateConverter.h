@@ -12,8 +12,8 @@ class SampleRateError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Turns a stream of interleaved float samples into one channel at another rate. Channels are averaged, so that what is in
-/// all of them keeps its level and nothing clips. Not thread-safe.
+/// Turns a stream of interleaved float samples into one channel at another rate. Channels are averaged, so that what is
+/// in all of them keeps its level and nothing clips. Not thread-safe.
 class SampleRateConverter {
 public:
     virtual ~SampleRateConverter() = default;

@@ -25,9 +25,9 @@ struct EncodedWindow {
 
 /// Runs the encoder graph: features in, cross-attention keys and values out.
 ///
-/// A window of 30 s for a few seconds of speech is mostly wasted work, but a window that simply ends after the speech makes
-/// the decoder loop. So short audio is encoded with two seconds of silence behind it (ten seconds at least), and the rest
-/// of the window is filled up with positions of an all-silent window, computed once.
+/// A window of 30 s for a few seconds of speech is mostly wasted work, but a window that simply ends after the speech
+/// makes the decoder loop. So short audio is encoded with two seconds of silence behind it (ten seconds at least), and
+/// the rest of the window is filled up with positions of an all-silent window, computed once.
 ///
 /// May be used from several threads.
 class AudioEncoder final {

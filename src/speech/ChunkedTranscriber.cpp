@@ -77,7 +77,8 @@ ChunkedTranscriber::ChunkedTranscriber(const SpeechModels& speechModels, Decodin
     options.clipTimestamps.clear();
 }
 
-TranscriptionResult ChunkedTranscriber::transcribe(const VoiceChunk& chunk, const TranscriptionCallback& callback) const {
+TranscriptionResult ChunkedTranscriber::transcribe(const VoiceChunk& chunk,
+                                                   const TranscriptionCallback& callback) const {
     auto result = TranscribeTask(models).run(chunk.samples, options, callback);
     shift(result, chunk.start);
     return result;
@@ -105,7 +106,8 @@ void ChunkedTranscriber::run(const Source& source, const Sink& sink, const Trans
     };
     const auto take = [&](std::vector<VoiceChunk> chunks) {
         for (auto& chunk : chunks) {
-            results.push_back(pool.post([this, &guarded, chunk = std::move(chunk)] { return transcribe(chunk, guarded); }));
+            results.push_back(
+                pool.post([this, &guarded, chunk = std::move(chunk)] { return transcribe(chunk, guarded); }));
             // Two more than are worked on: none waits for the next, and memory stays flat.
             while (results.size() > workers + 2)
                 if (!deliverNext()) return false;

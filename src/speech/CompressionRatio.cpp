@@ -16,7 +16,8 @@ float compressionRatio(std::span<const int> tokens, const Tokenizer& tokenizer) 
     if (text.empty()) return 1.0F;
     auto packedSize = compressBound(text.size());
     std::vector<Bytef> packed(packedSize);
-    compress2(packed.data(), &packedSize, reinterpret_cast<const Bytef*>(text.data()), text.size(), Z_DEFAULT_COMPRESSION);
+    compress2(packed.data(), &packedSize, reinterpret_cast<const Bytef*>(text.data()), text.size(),
+              Z_DEFAULT_COMPRESSION);
     return static_cast<float>(text.size()) / static_cast<float>(packedSize);
 }
 

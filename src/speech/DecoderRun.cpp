@@ -139,9 +139,11 @@ void DecoderRun::bindCache() {
     };
     bindKeys(features.keyCache, inputs.keyCache);
     bindKeys(features.valueCache, inputs.valueCache);
-    bindIn(*run, features.paddingMask, std::span<const float>(inputs.decoderKeyPaddingMask).first(capacity), 1, capacity);
+    bindIn(*run, features.paddingMask, std::span<const float>(inputs.decoderKeyPaddingMask).first(capacity), 1,
+           capacity);
     if (features.updateMask)
-        bindIn(*run, *features.updateMask, std::span<const float>(inputs.kvCacheUpdateMask).first(capacity), 1, capacity);
+        bindIn(*run, *features.updateMask, std::span<const float>(inputs.kvCacheUpdateMask).first(capacity), 1,
+               capacity);
     boundCapacity = capacity;
 }
 
@@ -168,7 +170,8 @@ void DecoderRun::appendAlignment(std::vector<float>& rows) const {
             rows.insert(rows.end(), audio.positions, 0.0F);
             continue;
         }
-        const auto last = alignment.begin() + static_cast<std::ptrdiff_t>((head * boundTokens + boundTokens - 1) * audio.positions);
+        const auto last =
+            alignment.begin() + static_cast<std::ptrdiff_t>((head * boundTokens + boundTokens - 1) * audio.positions);
         rows.insert(rows.end(), last, last + static_cast<std::ptrdiff_t>(audio.positions));
     }
 }

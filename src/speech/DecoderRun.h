@@ -36,7 +36,8 @@ public:
     DecoderRun(const ModelGraph& graph, const DecoderFeatures& features, const EncodedWindow& audio,
                DecodingInputs& inputs, bool wantsAlignment);
 
-    /// Feeds `inputs.inputIds`, stores their keys and values in the cache and leaves the last token's logits in `logits`.
+    /// Feeds `inputs.inputIds`, stores their keys and values in the cache and leaves the last token's logits in
+    /// `logits`.
     void predict();
 
     [[nodiscard]] std::span<float> logits() noexcept { return logitValues; }

@@ -20,7 +20,8 @@ std::size_t capacityFor(std::size_t entries, std::size_t most) {
 
 /// Spreads each row of `from` floats to a place `to` floats apart, the last row first so that none is overwritten.
 void spreadRows(std::vector<float>& cache, std::size_t rows, std::size_t from, std::size_t to) {
-    for (std::size_t row = rows; row-- > 1;) std::memmove(&cache[row * to], &cache[row * from], from * sizeof(float));
+    for (std::size_t row = rows; row-- > 1;)
+        std::memmove(&cache[row * to], &cache[row * from], from * sizeof(float));
 }
 
 } // namespace

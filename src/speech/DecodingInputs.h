@@ -31,11 +31,11 @@ struct DecodingCache {
     std::map<std::string, float> languageProbs;
 };
 
-/// The state of one window's decoding, kept from step to step: what is fed, and the keys and values of all tokens so far.
-/// Arrays are made once; only growing the cache moves its rows. Not thread-safe.
+/// The state of one window's decoding, kept from step to step: what is fed, and the keys and values of all tokens so
+/// far. Arrays are made once; only growing the cache moves its rows. Not thread-safe.
 ///
-/// `keyCache` and `valueCache` are [layers, heads, cacheCapacity, headSize]; the capacity grows 64, 128, 256, 448, so that
-/// the first tokens do not pay for the last ones' attention.
+/// `keyCache` and `valueCache` are [layers, heads, cacheCapacity, headSize]; the capacity grows 64, 128, 256, 448, so
+/// that the first tokens do not pay for the last ones' attention.
 struct DecodingInputs {
     explicit DecodingInputs(const DecoderShape& shape);
 

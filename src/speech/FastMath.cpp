@@ -18,7 +18,9 @@ inline float expOf(float x) {
     const float scaled = std::max(x, -87.0F) * 1.44269504F;
     const float rounded = static_cast<float>(static_cast<std::int32_t>(scaled - 0.5F));
     const float f = (scaled - rounded) * 0.693147181F;
-    const float p = 1.0F + f * (1.0F + f * (0.5F + f * (0.166666667F + f * (0.0416666667F + f * (0.00833333333F + f * 0.00138888889F)))));
+    const float p =
+        1.0F +
+        f * (1.0F + f * (0.5F + f * (0.166666667F + f * (0.0416666667F + f * (0.00833333333F + f * 0.00138888889F)))));
     const auto power = std::bit_cast<float>((static_cast<std::int32_t>(rounded) + 127) << 23);
     return x < -87.0F ? 0.0F : p * power;
 }
@@ -33,7 +35,8 @@ float maximum(std::span<const float> values) noexcept {
         for (std::size_t lane = 0; lane < lanes; ++lane)
             best[lane] = values[i + lane] > best[lane] ? values[i + lane] : best[lane];
     float result = *std::ranges::max_element(best);
-    for (; i < values.size(); ++i) result = values[i] > result ? values[i] : result;
+    for (; i < values.size(); ++i)
+        result = values[i] > result ? values[i] : result;
     return result;
 }
 
@@ -47,10 +50,13 @@ float sumOfExp(std::span<const float> values, float shift) noexcept {
     std::array<float, lanes> sums{};
     std::size_t i = 0;
     for (; i + lanes <= values.size(); i += lanes)
-        for (std::size_t lane = 0; lane < lanes; ++lane) sums[lane] += expOf(values[i + lane] - shift);
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            sums[lane] += expOf(values[i + lane] - shift);
     float result = 0;
-    for (; i < values.size(); ++i) result += expOf(values[i] - shift);
-    for (const float sum : sums) result += sum;
+    for (; i < values.size(); ++i)
+        result += expOf(values[i] - shift);
+    for (const float sum : sums)
+        result += sum;
     return result;
 }
 

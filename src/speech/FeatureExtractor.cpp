@@ -73,7 +73,8 @@ float cleaned(float sample) {
 /// The audio with its silence up to `total` samples, reflected by `reach` at both ends.
 std::vector<float> padded(std::span<const float> audio, std::size_t total) {
     std::vector<float> samples(total + 2 * reach, 0.0F);
-    for (std::size_t i = 0; i < audio.size(); ++i) samples[reach + i] = cleaned(audio[i]);
+    for (std::size_t i = 0; i < audio.size(); ++i)
+        samples[reach + i] = cleaned(audio[i]);
     for (std::size_t i = 1; i <= reach; ++i) {
         samples[reach - i] = samples[reach + std::min(i, total - 1)];
         samples[reach + total - 1 + i] = samples[reach + total - 1 - std::min(i, total - 1)];
@@ -86,7 +87,8 @@ std::vector<float> padded(std::span<const float> audio, std::size_t total) {
 struct FeatureExtractor::Tables {
     explicit Tables(std::size_t melBands) : bands(melBandsOf(melBands)) {
         for (std::size_t i = 0; i < fftSize; ++i)
-            window[i] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * static_cast<double>(i) / fftSize));
+            window[i] =
+                static_cast<float>(0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * static_cast<double>(i) / fftSize));
     }
 
     std::vector<Band> bands;
@@ -97,9 +99,13 @@ FeatureExtractor::FeatureExtractor(std::size_t melBands) : tables(std::make_uniq
 
 FeatureExtractor::~FeatureExtractor() = default;
 
-std::size_t FeatureExtractor::melBands() const noexcept { return tables->bands.size(); }
+std::size_t FeatureExtractor::melBands() const noexcept {
+    return tables->bands.size();
+}
 
-std::size_t FeatureExtractor::windowSamples() noexcept { return speechWindowSamples; }
+std::size_t FeatureExtractor::windowSamples() noexcept {
+    return speechWindowSamples;
+}
 
 std::vector<float> FeatureExtractor::logMel(std::span<const float> audio, std::size_t frames) const {
     if (audio.size() > frames * samplesPerFrame) throw std::invalid_argument("more audio than frames");
@@ -115,19 +121,22 @@ std::vector<float> FeatureExtractor::logMel(std::span<const float> audio, std::s
     // Frames of the silent tail keep the floor they were filled with.
     for (std::size_t frame = 0; frame < sounding; ++frame) {
         const float* begin = samples.data() + frame * samplesPerFrame;
-        for (std::size_t i = 0; i < fftSize; ++i) segment[i] = begin[i] * tables->window[i];
+        for (std::size_t i = 0; i < fftSize; ++i)
+            segment[i] = begin[i] * tables->window[i];
         kiss_fftr(fft.get(), segment.data(), spectrum.data());
         for (std::size_t i = 0; i < spectrumSize; ++i)
             power[i] = spectrum[i].r * spectrum[i].r + spectrum[i].i * spectrum[i].i;
         for (std::size_t band = 0; band < melBands(); ++band) {
             const auto& [first, weights] = tables->bands[band];
             float sum = 0;
-            for (std::size_t i = 0; i < weights.size(); ++i) sum += weights[i] * power[first + i];
+            for (std::size_t i = 0; i < weights.size(); ++i)
+                sum += weights[i] * power[first + i];
             features[band * frames + frame] = std::log10(std::max(sum, quietestPower));
         }
     }
     const float floor = *std::ranges::max_element(features) - dynamicRange;
-    for (float& value : features) value = (std::max(value, floor) + 4.0F) / 4.0F;
+    for (float& value : features)
+        value = (std::max(value, floor) + 4.0F) / 4.0F;
     return features;
 }
 

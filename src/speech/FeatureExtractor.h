@@ -7,9 +7,9 @@
 
 namespace tavrin {
 
-/// Log-mel features of the Whisper models (Radford et al., "Robust Speech Recognition via Large-Scale Weak Supervision",
-/// 2022): reflected padding of 200 samples, periodic Hann window of 400, hop of 160, power, Slaney mel bands, log10,
-/// clamped at 8 below the window's maximum, (x + 4) / 4.
+/// Log-mel features of the Whisper models (Radford et al., "Robust Speech Recognition via Large-Scale Weak
+/// Supervision", 2022): reflected padding of 200 samples, periodic Hann window of 400, hop of 160, power, Slaney mel
+/// bands, log10, clamped at 8 below the window's maximum, (x + 4) / 4.
 ///
 /// Immutable; may be used from several threads.
 class FeatureExtractor final {

@@ -1,5 +1,4 @@
 #include "speech/FeatureExtractor.h"
-
 #include "speech/SpeechAudio.h"
 
 #include <gtest/gtest.h>
@@ -38,18 +37,22 @@ std::vector<double> plainLogMel(std::vector<double> audio, std::size_t frames, s
             power[k] = re * re + im * im;
         }
         for (std::size_t band = 0; band < bands; ++band) {
-            const auto edge = [&](std::size_t i) { return hertz(mel(8000) * static_cast<double>(i) / static_cast<double>(bands + 1)); };
+            const auto edge = [&](std::size_t i) {
+                return hertz(mel(8000) * static_cast<double>(i) / static_cast<double>(bands + 1));
+            };
             const double low = edge(band), centre = edge(band + 1), high = edge(band + 2);
             double sum = 0;
             for (std::size_t k = 0; k < 201; ++k) {
                 const double f = static_cast<double>(k) * 40;
-                sum += power[k] * std::max(0.0, std::min((f - low) / (centre - low), (high - f) / (high - centre))) * 2 / (high - low);
+                sum += power[k] * std::max(0.0, std::min((f - low) / (centre - low), (high - f) / (high - centre))) *
+                       2 / (high - low);
             }
             features[band * frames + frame] = std::log10(std::max(sum, 1e-10));
         }
     }
     const double floor = *std::ranges::max_element(features) - 8;
-    for (double& value : features) value = (std::max(value, floor) + 4) / 4;
+    for (double& value : features)
+        value = (std::max(value, floor) + 4) / 4;
     return features;
 }
 
@@ -58,7 +61,8 @@ std::vector<float> someSound(std::size_t samples) {
     std::normal_distribution<float> noise(0, 0.02F);
     std::vector<float> audio(samples);
     for (std::size_t i = 0; i < samples; ++i)
-        audio[i] = noise(generator) + 0.3F * std::sin(static_cast<float>(i) * 0.2F) * std::sin(static_cast<float>(i) * 0.0007F);
+        audio[i] = noise(generator) +
+                   0.3F * std::sin(static_cast<float>(i) * 0.2F) * std::sin(static_cast<float>(i) * 0.0007F);
     return audio;
 }
 
@@ -81,12 +85,15 @@ TEST(FeatureExtractor, bad_samples_do_not_spoil_the_window) {
     const auto clean = FeatureExtractor().logMel(audio, 200);
     audio[100] = std::numeric_limits<float>::quiet_NaN();
     const auto features = FeatureExtractor().logMel(audio, 200);
-    for (const float value : features) ASSERT_TRUE(std::isfinite(value));
-    for (std::size_t band = 0; band < 80; ++band) EXPECT_NEAR(features[band * 200 + 50], clean[band * 200 + 50], 1e-4F);
+    for (const float value : features)
+        ASSERT_TRUE(std::isfinite(value));
+    for (std::size_t band = 0; band < 80; ++band)
+        EXPECT_NEAR(features[band * 200 + 50], clean[band * 200 + 50], 1e-4F);
 
     audio[200] = std::numeric_limits<float>::infinity();
     audio[300] = -3e38F;
-    for (const float value : FeatureExtractor().logMel(audio, 200)) ASSERT_TRUE(std::isfinite(value));
+    for (const float value : FeatureExtractor().logMel(audio, 200))
+        ASSERT_TRUE(std::isfinite(value));
 }
 
 TEST(FeatureExtractor, silence_is_the_same_everywhere_and_too_much_audio_is_refused) {

@@ -17,7 +17,8 @@ GreedyTokenSampler::GreedyTokenSampler(float heat, int endToken, const DecodingO
 
 std::pair<int, float> GreedyTokenSampler::sample(std::span<float> logits, SamplingResult& result) {
     if (temperature > 0)
-        for (float& logit : logits) logit /= temperature;
+        for (float& logit : logits)
+            logit /= temperature;
     const float logSum = logSumExp(logits);
     const int token = temperature > 0 ? draw(logits, logSum) : static_cast<int>(indexOfMaximum(logits));
     const float logProb = logits[static_cast<std::size_t>(token)] - logSum;
@@ -41,7 +42,8 @@ int GreedyTokenSampler::draw(std::span<float> logits, float logSum) {
         if (candidates.size() > topK) candidates.pop_back();
     }
     float sum = 0;
-    for (auto& [value, token] : candidates) sum += value = std::exp(value - logSum);
+    for (auto& [value, token] : candidates)
+        sum += value = std::exp(value - logSum);
     float rest = std::uniform_real_distribution<float>(0, sum)(generator);
     for (const auto& [probability, token] : candidates)
         if ((rest -= probability) < 0) return token;

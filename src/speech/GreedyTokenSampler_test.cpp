@@ -10,7 +10,8 @@ namespace tavrin {
 namespace {
 
 std::vector<float> logProbabilities(std::vector<float> probabilities) {
-    for (float& p : probabilities) p = std::log(p) + 3.0F;
+    for (float& p : probabilities)
+        p = std::log(p) + 3.0F;
     return probabilities;
 }
 
@@ -44,7 +45,8 @@ TEST(GreedyTokenSampler, draws_among_the_likeliest_in_proportion_and_repeats_its
         return result.tokens;
     };
     std::map<int, double> share;
-    for (const int token : draws(1.0F)) share[token] += 1.0 / 20'000;
+    for (const int token : draws(1.0F))
+        share[token] += 1.0 / 20'000;
     EXPECT_EQ(share.size(), 3U);
     EXPECT_NEAR(share[1], 0.4 / 0.9, 0.015);
     EXPECT_NEAR(share[3], 0.3 / 0.9, 0.015);
@@ -52,7 +54,8 @@ TEST(GreedyTokenSampler, draws_among_the_likeliest_in_proportion_and_repeats_its
     EXPECT_EQ(draws(1.0F), draws(1.0F));
     // Less heat prefers the likeliest: squares of the probabilities at one half.
     std::map<int, double> cool;
-    for (const int token : draws(0.5F)) cool[token] += 1.0 / 20'000;
+    for (const int token : draws(0.5F))
+        cool[token] += 1.0 / 20'000;
     EXPECT_NEAR(cool[1], 0.16 / 0.29, 0.015);
 }
 

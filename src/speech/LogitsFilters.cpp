@@ -14,7 +14,8 @@ constexpr float never = -std::numeric_limits<float>::infinity();
 
 void suppress(std::span<float> logits, std::span<const int> tokens) {
     for (const int token : tokens)
-        if (token >= 0 && static_cast<std::size_t>(token) < logits.size()) logits[static_cast<std::size_t>(token)] = never;
+        if (token >= 0 && static_cast<std::size_t>(token) < logits.size())
+            logits[static_cast<std::size_t>(token)] = never;
 }
 
 void suppressRange(std::span<float> logits, int begin, int end) {

@@ -8,8 +8,8 @@
 
 namespace tavrin {
 
-/// Shapes the logits of one step in place before a token is sampled. `tokens` is the prompt and what was sampled so far.
-/// Filters are immutable, allocate nothing in `filter` and may be used from several threads.
+/// Shapes the logits of one step in place before a token is sampled. `tokens` is the prompt and what was sampled so
+/// far. Filters are immutable, allocate nothing in `filter` and may be used from several threads.
 class LogitsFilter {
 public:
     virtual ~LogitsFilter() = default;

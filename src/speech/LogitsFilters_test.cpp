@@ -1,6 +1,5 @@
-#include "speech/LogitsFilters.h"
-
 #include "speech/FastMath.h"
+#include "speech/LogitsFilters.h"
 
 #include <gtest/gtest.h>
 
@@ -14,10 +13,12 @@ namespace tavrin {
 namespace {
 
 // A vocabulary of ten words (0 is the blank), the end, a few steering tokens and times from 20 on.
-constexpr SpecialTokens special{.endToken = 10, .noTimestampsToken = 19, .specialTokenBegin = 10, .timeTokenBegin = 20, .whitespaceToken = 0};
+constexpr SpecialTokens special{
+    .endToken = 10, .noTimestampsToken = 19, .specialTokenBegin = 10, .timeTokenBegin = 20, .whitespaceToken = 0};
 constexpr std::size_t vocabulary = 40;
 
-std::set<int> left(const LogitsFilter& filter, std::vector<int> tokens, std::vector<float> logits = std::vector<float>(vocabulary, 0)) {
+std::set<int> left(const LogitsFilter& filter, std::vector<int> tokens,
+                   std::vector<float> logits = std::vector<float>(vocabulary, 0)) {
     filter.filter(logits, tokens);
     std::set<int> result;
     for (std::size_t i = 0; i < logits.size(); ++i)
@@ -27,7 +28,8 @@ std::set<int> left(const LogitsFilter& filter, std::vector<int> tokens, std::vec
 
 std::set<int> range(int begin, int end) {
     std::set<int> result;
-    for (int i = begin; i < end; ++i) result.insert(i);
+    for (int i = begin; i < end; ++i)
+        result.insert(i);
     return result;
 }
 
@@ -55,7 +57,9 @@ TEST(LogitsFilters, time_tokens_stand_in_rising_pairs) {
         {"text follows the first time", {20}, words},
         {"text or a later time follows text", {20, 3}, joined(words, range(21, 40))},
         {"a later time follows also after much text", {25, 3, 4, 5}, joined(words, range(26, 40))},
-        {"after the end of a segment comes its pair, not before it, or the end of all", {20, 3, 27}, joined(range(10, 19), range(27, 40))},
+        {"after the end of a segment comes its pair, not before it, or the end of all",
+         {20, 3, 27},
+         joined(range(10, 19), range(27, 40))},
         {"after a closed pair comes text", {20, 3, 27, 27}, words},
         {"the next segment ends after it began", {20, 3, 27, 29, 4}, joined(words, range(30, 40))},
     };
@@ -74,7 +78,8 @@ TEST(LogitsFilters, times_that_are_likelier_together_forbid_text) {
     const TimestampRulesFilter filter(special, 0, std::nullopt);
     std::vector<float> logits(vocabulary, -10);
     logits[3] = 1.0F;
-    for (int time = 21; time < 40; ++time) logits[static_cast<std::size_t>(time)] = -1.5F; // sum: e^1.44
+    for (int time = 21; time < 40; ++time)
+        logits[static_cast<std::size_t>(time)] = -1.5F; // sum: e^1.44
     EXPECT_EQ(left(filter, {20, 4}, logits), range(21, 40));
     logits[3] = 2.0F;
     EXPECT_TRUE(left(filter, {20, 4}, logits).contains(3));
@@ -97,10 +102,12 @@ TEST(LogitsFilters, sums_and_maxima_agree_with_plain_arithmetic) {
     std::normal_distribution<float> values(0, 8);
     for (const std::size_t size : {0UL, 1UL, 15UL, 16UL, 17UL, 51'865UL}) {
         std::vector<float> logits(size);
-        for (float& logit : logits) logit = values(generator);
+        for (float& logit : logits)
+            logit = values(generator);
         if (size > 16) logits[5] = -std::numeric_limits<float>::infinity();
         double sum = 0;
-        for (const float logit : logits) sum += std::exp(static_cast<double>(logit));
+        for (const float logit : logits)
+            sum += std::exp(static_cast<double>(logit));
         if (size == 0) {
             EXPECT_TRUE(std::isinf(logSumExp(logits)));
             continue;

@@ -22,7 +22,8 @@ std::size_t dimension(const Json& dims, std::string_view key, const std::string&
 
 int checkedInt(const Json& value, const std::string& key, const std::string& name) {
     const auto number = integerIn(value);
-    if (!number || *number < 0 || *number > largestDimension) fail(name, "\"" + key + "\" holds something else than ids");
+    if (!number || *number < 0 || *number > largestDimension)
+        fail(name, "\"" + key + "\" holds something else than ids");
     return static_cast<int>(*number);
 }
 

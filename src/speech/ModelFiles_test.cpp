@@ -27,7 +27,8 @@ public:
     fs::path model(const fs::path& name, const char* form = ".onnx") const {
         const fs::path folder = path / name;
         fs::create_directories(folder);
-        for (const char* part : {"MelSpectrogram", "AudioEncoder", "TextDecoder"}) std::ofstream(folder / (part + std::string(form)));
+        for (const char* part : {"MelSpectrogram", "AudioEncoder", "TextDecoder"})
+            std::ofstream(folder / (part + std::string(form)));
         return folder;
     }
     std::string path;
@@ -46,7 +47,8 @@ TEST(ModelFolders, the_stored_path_wins_if_it_holds_the_model_else_the_roots_are
     const auto stored = scratch.model("elsewhere/openai_whisper-base");
     const auto found = scratch.model("one/repository/openai_whisper-base_74MB", ".mlmodelc");
     const auto second = scratch.model("two/openai_whisper-base");
-    const std::vector<fs::path> roots{fs::path(scratch.path) / "missing", fs::path(scratch.path) / "one", fs::path(scratch.path) / "two"};
+    const std::vector<fs::path> roots{fs::path(scratch.path) / "missing", fs::path(scratch.path) / "one",
+                                      fs::path(scratch.path) / "two"};
     EXPECT_EQ(resolveModelFolder("base", stored, roots), stored);
     EXPECT_EQ(resolveModelFolder("base", {}, roots), found);
     fs::remove(stored / "TextDecoder.onnx");
@@ -58,7 +60,8 @@ TEST(ModelFolders, the_stored_path_wins_if_it_holds_the_model_else_the_roots_are
 }
 
 TEST(ModelConfig, reads_its_sizes_and_refuses_garbage) {
-    const std::string good = R"({"variant": "base", "lang_ids": [50259], "alignment_heads": [[3, 1]], "dims": {"mel_bands": 80, "audio_positions": 1500,
+    const std::string good =
+        R"({"variant": "base", "lang_ids": [50259], "alignment_heads": [[3, 1]], "dims": {"mel_bands": 80, "audio_positions": 1500,
         "text_positions": 448, "width": 512, "heads": 8, "encoder_layers": 6, "decoder_layers": 6, "vocabulary": 51865}})";
     const auto config = ModelConfig::parse(good, "config.json");
     EXPECT_EQ(config.variant, "base");
@@ -66,9 +69,12 @@ TEST(ModelConfig, reads_its_sizes_and_refuses_garbage) {
     EXPECT_EQ(config.decoderLayers, 6U);
     EXPECT_THROW(config.checkTokenizer(test::tinyTokenizer(), "tokenizer.json"), SpeechError);
 
-    const auto changed = [&](std::string from, const std::string& to) { return std::string(good).replace(good.find(from), from.size(), to); };
-    for (const auto& text : {std::string("nonsense"), std::string("{}"), changed("\"heads\": 8", "\"heads\": -8"), changed("512", "\"512\""),
-                             changed("448", "99999999"), changed("[[3, 1]]", "[[3]]"), changed("[[3, 1]]", "[[3, \"x\"]]")})
+    const auto changed = [&](std::string from, const std::string& to) {
+        return std::string(good).replace(good.find(from), from.size(), to);
+    };
+    for (const auto& text : {std::string("nonsense"), std::string("{}"), changed("\"heads\": 8", "\"heads\": -8"),
+                             changed("512", "\"512\""), changed("448", "99999999"), changed("[[3, 1]]", "[[3]]"),
+                             changed("[[3, 1]]", "[[3, \"x\"]]")})
         try {
             (void)ModelConfig::parse(text, "folder/config.json");
             ADD_FAILURE() << text;
@@ -83,7 +89,8 @@ TEST(CompressionRatio, tells_loops_from_speech) {
     EXPECT_LT(ratio("The committee agreed to move the review to the first week of March, and nobody minded."), 1.5F);
     EXPECT_LT(ratio("no no no no"), 2.4F);
     std::string loop;
-    for (int i = 0; i < 20; ++i) loop += " I'm sorry about that.";
+    for (int i = 0; i < 20; ++i)
+        loop += " I'm sorry about that.";
     EXPECT_GT(ratio(loop), 2.4F);
     EXPECT_EQ(ratio(""), 1.0F);
 }
@@ -91,13 +98,16 @@ TEST(CompressionRatio, tells_loops_from_speech) {
 TEST(DecodingInputs, rows_keep_their_place_when_the_cache_grows) {
     DecodingInputs inputs({.layers = 2, .heads = 3, .headSize = 2, .textPositions = 448});
     EXPECT_EQ(inputs.cacheCapacity, 64U);
-    const auto value = [](std::size_t row, std::size_t position, std::size_t i) { return static_cast<float>(row * 10'000 + position * 10 + i); };
+    const auto value = [](std::size_t row, std::size_t position, std::size_t i) {
+        return static_cast<float>(row * 10'000 + position * 10 + i);
+    };
     std::vector<std::size_t> capacities;
     for (std::size_t position = 0; position < 448; ++position) {
         if (inputs.reserve(1)) capacities.push_back(inputs.cacheCapacity);
         std::vector<float> keys;
         for (std::size_t row = 0; row < 6; ++row)
-            for (std::size_t i = 0; i < 2; ++i) keys.push_back(value(row, position, i));
+            for (std::size_t i = 0; i < 2; ++i)
+                keys.push_back(value(row, position, i));
         inputs.append(keys, keys, 1);
     }
     EXPECT_EQ(capacities, (std::vector<std::size_t>{128, 256, 448}));

@@ -58,7 +58,8 @@ bool isFolderNameOf(std::string_view folderName, std::string_view variant) {
 
 std::vector<fs::path> modelSearchRoots(const fs::path& applicationSupport, const fs::path& home) {
     std::vector<fs::path> roots{applicationSupport / "OnDeviceModels", applicationSupport / "WhisperModels"};
-    for (const std::string_view container : earlierContainers) roots.push_back(home / container);
+    for (const std::string_view container : earlierContainers)
+        roots.push_back(home / container);
     return roots;
 }
 

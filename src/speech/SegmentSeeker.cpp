@@ -14,7 +14,9 @@ namespace {
 /// A decoder gone astray may close segments of nothing; the walk goes on all the same.
 constexpr std::size_t leastAdvance = speechSampleRate;
 
-float secondsOf(std::size_t samples) { return static_cast<float>(samples) / static_cast<float>(speechSampleRate); }
+float secondsOf(std::size_t samples) {
+    return static_cast<float>(samples) / static_cast<float>(speechSampleRate);
+}
 
 std::size_t samplesOf(float seconds) {
     return static_cast<std::size_t>(std::lround(seconds * static_cast<float>(speechSampleRate)));
@@ -22,7 +24,9 @@ std::size_t samplesOf(float seconds) {
 
 } // namespace
 
-bool SegmentSeeker::isTime(int token) const { return token >= tokenizer.special().timeTokenBegin; }
+bool SegmentSeeker::isTime(int token) const {
+    return token >= tokenizer.special().timeTokenBegin;
+}
 
 float SegmentSeeker::timeOf(int token) const {
     return static_cast<float>(token - tokenizer.special().timeTokenBegin) * secondsPerPosition;

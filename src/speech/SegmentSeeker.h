@@ -28,13 +28,14 @@ public:
         std::vector<TranscriptionSegment> segments;
     };
 
-    /// Each pair of adjacent time tokens closes a segment. If the text stops right after such a pair, or breaks off in an
-    /// open segment behind one, the next window begins at the pair; else behind this window.
+    /// Each pair of adjacent time tokens closes a segment. If the text stops right after such a pair, or breaks off in
+    /// an open segment behind one, the next window begins at the pair; else behind this window.
     [[nodiscard]] Found findSeekPointAndSegments(const DecodingResult& result, const DecodingOptions& options,
                                                  const Window& window) const;
 
     /// Gives every word of the segments its time by aligning the attention of `result` with the audio, and moves the
-    /// segments' ends to their first and last words. Throws SpeechError if the weights have not the form they must have.
+    /// segments' ends to their first and last words. Throws SpeechError if the weights have not the form they must
+    /// have.
     void addWordTimestamps(std::vector<TranscriptionSegment>& segments, const DecodingResult& result,
                            const Window& window) const;
 

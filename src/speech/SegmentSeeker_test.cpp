@@ -1,5 +1,4 @@
 #include "speech/SegmentSeeker.h"
-
 #include "speech/TestTokenizer.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +11,8 @@ class SegmentSeekerTest : public testing::Test {
 protected:
     int at(double seconds) const { return tokenizer.special().timeTokenBegin + static_cast<int>(seconds * 50 + 0.5); }
 
-    SegmentSeeker::Found find(std::vector<int> tokens, bool hitLimit = false, std::size_t segmentSize = 480'000, DecodingOptions options = {}) const {
+    SegmentSeeker::Found find(std::vector<int> tokens, bool hitLimit = false, std::size_t segmentSize = 480'000,
+                              DecodingOptions options = {}) const {
         DecodingResult result{.tokens = std::move(tokens), .hitLimit = hitLimit};
         result.tokenLogProbs.resize(result.tokens.size(), -0.1F);
         return SegmentSeeker(tokenizer).findSeekPointAndSegments(result, options, {160'000, segmentSize, 7});
@@ -52,7 +52,11 @@ TEST_F(SegmentSeekerTest, where_the_next_window_begins) {
         {"a segment cut off by the limit is decoded again", {at(0), 'a', at(4), at(4), 'b'}, true, 160'000 + 64'000, 1},
         {"an open segment that simply ended is kept", {at(0), 'a', at(4), at(4), 'b'}, false, whole, 2},
         {"the limit in the first segment must not stop the walk", {at(0), 'a', 'b'}, true, whole, 1},
-        {"a pair at the very start must not stop the walk", {at(0), 'a', at(0.02), at(0.02)}, false, 160'000 + 16'000, 1},
+        {"a pair at the very start must not stop the walk",
+         {at(0), 'a', at(0.02), at(0.02)},
+         false,
+         160'000 + 16'000,
+         1},
     };
     for (const auto& [rule, tokens, hitLimit, seek, segments] : cases) {
         const auto found = find(tokens, hitLimit);

@@ -83,7 +83,8 @@ std::vector<TranscriptionResult> SpeechPipeline::transcribe(std::span<const floa
         results.push_back(task.run(audioArray, decodeOptions, callback));
     }
     TranscriptionTimings sum = models().loadTimings;
-    for (const auto& result : results) sum.add(result.timings);
+    for (const auto& result : results)
+        sum.add(result.timings);
     const std::lock_guard guard(timingsLock);
     timings = sum;
     return results;

@@ -33,13 +33,13 @@ DecodingFallback fallbackOf(const DecodingResult& result, const DecodingOptions&
 
 TextDecoder::TextDecoder(std::shared_ptr<const ModelGraph> decoder, const ModelConfig& config, const Tokenizer& words,
                          const std::string& file)
-    : graph(std::move(decoder)), tokenizer(words),
-      multilingual(config.isMultilingual), features(DecoderFeatures::of(*graph, file)),
-      shape(decoderShape(*graph, features, config.textPositions, file)) {
+    : graph(std::move(decoder)), tokenizer(words), multilingual(config.isMultilingual),
+      features(DecoderFeatures::of(*graph, file)), shape(decoderShape(*graph, features, config.textPositions, file)) {
     if (shape.vocabulary != config.vocabulary || shape.layers != config.decoderLayers || shape.heads != config.heads)
         throw SpeechError(file + ": the decoder and config.json are of different variants");
     std::vector<int> languages;
-    for (const auto& [code, token] : tokenizer.languageTokens()) languages.push_back(token);
+    for (const auto& [code, token] : tokenizer.languageTokens())
+        languages.push_back(token);
     languageLogitsFilter = std::make_unique<LanguageLogitsFilter>(std::move(languages), shape.vocabulary);
 }
 
@@ -64,7 +64,8 @@ std::vector<std::int32_t> TextDecoder::promptBehindStart(const DecodingOptions& 
     std::vector<std::int32_t> prompt;
     if (multilingual && options.usePrefillPrompt) {
         const auto found = tokenizer.languageTokens().find(language);
-        if (found == tokenizer.languageTokens().end()) throw SpeechError("the model knows no language \"" + language + "\"");
+        if (found == tokenizer.languageTokens().end())
+            throw SpeechError("the model knows no language \"" + language + "\"");
         prompt.push_back(found->second);
         prompt.push_back(options.task == DecodingTask::translate ? special.translateToken : special.transcribeToken);
     }
@@ -86,7 +87,8 @@ void TextDecoder::readStartLogits(std::span<const float> logits, const DecodingO
     languageLogitsFilter->filter(languages, {});
     for (const auto& [code, token] : tokenizer.languageTokens())
         cache.languageProbs.emplace(code, probabilityOf(languages, token));
-    const auto likeliest = std::ranges::max_element(cache.languageProbs, {}, [](const auto& entry) { return entry.second; });
+    const auto likeliest =
+        std::ranges::max_element(cache.languageProbs, {}, [](const auto& entry) { return entry.second; });
     if (likeliest->second > surestLanguageDoubt) cache.language = likeliest->first;
 }
 
@@ -109,7 +111,8 @@ TextDecoder::Filters TextDecoder::makeFilters(const DecodingOptions& options, st
     const auto& special = tokenizer.special();
     std::vector<int> suppressed = options.suppressTokens;
     // Everything between the end token and the times only steers.
-    for (int token = special.endToken + 1; token < special.timeTokenBegin; ++token) suppressed.push_back(token);
+    for (int token = special.endToken + 1; token < special.timeTokenBegin; ++token)
+        suppressed.push_back(token);
     if (options.withoutTimestamps)
         for (int token = special.timeTokenBegin; token < static_cast<int>(shape.vocabulary); ++token)
             suppressed.push_back(token);
@@ -207,7 +210,8 @@ std::pair<int, float> TextDecoder::chooseToken(std::span<float> logits, const Fi
                                                TranscriptionTimings& timings) {
     {
         const StageTimer timer(timings.decodingFiltering);
-        for (const auto& filter : filters) filter->filter(logits, sampled.tokens);
+        for (const auto& filter : filters)
+            filter->filter(logits, sampled.tokens);
     }
     const StageTimer timer(timings.decodingSampling);
     return sampler.sample(logits, sampled);

@@ -19,9 +19,9 @@ namespace tavrin {
 
 /// The autoregressive loop over a decoder graph: one token per prediction, keys and values kept outside the graph.
 ///
-/// A token is chosen in `chooseToken`: every filter in order over the logits, then the sampler. All state of a loop is in
-/// its `DecodingInputs`, so one decoder may run windows on several threads. After its arrays are made the loop allocates
-/// nothing per token, unless a callback is given.
+/// A token is chosen in `chooseToken`: every filter in order over the logits, then the sampler. All state of a loop is
+/// in its `DecodingInputs`, so one decoder may run windows on several threads. After its arrays are made the loop
+/// allocates nothing per token, unless a callback is given.
 class TextDecoder final {
 public:
     /// Throws SpeechError if `graph` is no decoder or of another variant than `config`; `file` stands in the text.

@@ -229,14 +229,16 @@ void Tokenizer::encodeWord(std::string_view bytes, std::vector<int>& ids) const 
 std::vector<int> Tokenizer::encode(std::string_view text) const {
     static const Regex words(wordPattern);
     std::vector<int> ids;
-    for (const auto& match : words.all(text)) encodeWord(match.text(), ids);
+    for (const auto& match : words.all(text))
+        encodeWord(match.text(), ids);
     return ids;
 }
 
 std::string Tokenizer::decodeBytes(std::span<const int> ids) const {
     std::string bytes;
     for (const int id : ids)
-        if (id >= 0 && static_cast<std::size_t>(id) < bytesOfId.size()) bytes += bytesOfId[static_cast<std::size_t>(id)];
+        if (id >= 0 && static_cast<std::size_t>(id) < bytesOfId.size())
+            bytes += bytesOfId[static_cast<std::size_t>(id)];
     return bytes;
 }
 

@@ -1,7 +1,6 @@
-#include "speech/Tokenizer.h"
-
 #include "speech/SpeechError.h"
 #include "speech/TestTokenizer.h"
+#include "speech/Tokenizer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +13,8 @@ using testing::HasSubstr;
 
 TEST(Tokenizer, text_survives_the_way_to_ids_and_back) {
     const auto tokenizer = test::tinyTokenizer({" the", "the", " meeting", "er"});
-    for (const std::string text : {"the meeting", " the  the", "Größe 12½", "日本語\n", "a'll the", "\t\x01~", "🙂 ok", ""})
+    for (const std::string text :
+         {"the meeting", " the  the", "Größe 12½", "日本語\n", "a'll the", "\t\x01~", "🙂 ok", ""})
         EXPECT_EQ(tokenizer.decode(tokenizer.encode(text)), text);
 }
 

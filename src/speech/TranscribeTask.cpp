@@ -14,9 +14,13 @@ namespace {
 constexpr Logger logger{"SpeechPipeline"};
 
 /// No one says more tokens than this; a decoder that does is in a loop.
-std::size_t mostTokensFor(std::size_t samples) { return 20 + 8 * samples / speechSampleRate; }
+std::size_t mostTokensFor(std::size_t samples) {
+    return 20 + 8 * samples / speechSampleRate;
+}
 
-double secondsOf(std::size_t samples) { return static_cast<double>(samples) / speechSampleRate; }
+double secondsOf(std::size_t samples) {
+    return static_cast<double>(samples) / speechSampleRate;
+}
 
 } // namespace
 
@@ -32,7 +36,8 @@ std::vector<TranscribeTask::Clip> TranscribeTask::seekClips(std::size_t samples,
     std::vector<Clip> clips;
     for (std::size_t i = 0; i < options.clipTimestamps.size(); i += 2) {
         const bool hasEnd = i + 1 < options.clipTimestamps.size();
-        clips.push_back({position(options.clipTimestamps[i]), hasEnd ? position(options.clipTimestamps[i + 1]) : samples});
+        clips.push_back(
+            {position(options.clipTimestamps[i]), hasEnd ? position(options.clipTimestamps[i + 1]) : samples});
     }
     return clips;
 }
@@ -49,7 +54,8 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audio, const Deco
         if (progress != nullptr) progress->total += clip.end - clip.begin;
         walkClip(audio, clip, options, callback, result);
     }
-    for (const auto& segment : result.segments) result.text += segment.text;
+    for (const auto& segment : result.segments)
+        result.text += segment.text;
     timings.fullPipeline = steadySeconds() - timings.pipelineStart;
     timings.decodingNonPrediction = timings.decodingLoop - timings.decodingPredictions;
     result.timings = timings;
@@ -130,8 +136,9 @@ DecodingResult TranscribeTask::decodeWithFallback(const EncodedWindow& window, c
             options.temperature + static_cast<float>(attempt) * options.temperatureIncrementOnFallback;
         if (options.verbose) logger.debug("Decoding Temperature: {:.1f}", temperature);
         const double begin = steadySeconds();
-        result = models.textDecoder.decodeText({window, windowId, static_cast<std::size_t>(std::max(0, options.sampleLength))},
-                                               inputs, temperature, options, cache, callback);
+        result = models.textDecoder.decodeText(
+            {window, windowId, static_cast<std::size_t>(std::max(0, options.sampleLength))}, inputs, temperature,
+            options, cache, callback);
         timings.add(result.timings);
         if (attempt > 0) timings.decodingFallback += steadySeconds() - begin;
         if (!result.fallback->needsFallback || attempt == options.temperatureFallbackCount) break;

@@ -21,8 +21,8 @@ public:
     /// `progress`, if given, gets this walk's samples added and must outlive it.
     explicit TranscribeTask(const SpeechModels& speechModels, WorkProgress* walked = nullptr);
 
-    /// Transcribes 16 kHz mono from -1 to 1. Blocks. Throws SpeechError ("Audio samples are nil" for an empty array) and
-    /// ModelRuntimeError.
+    /// Transcribes 16 kHz mono from -1 to 1. Blocks. Throws SpeechError ("Audio samples are nil" for an empty array)
+    /// and ModelRuntimeError.
     [[nodiscard]] TranscriptionResult run(std::span<const float> audio, const DecodingOptions& options,
                                           const TranscriptionCallback& callback = {});
 

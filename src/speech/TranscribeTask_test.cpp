@@ -1,5 +1,3 @@
-#include "speech/TranscribeTask.h"
-
 #include "platform/fake/FakeModelRuntime.h"
 #include "speech/ChunkedTranscriber.h"
 #include "speech/FastMath.h"
@@ -7,6 +5,7 @@
 #include "speech/SpeechError.h"
 #include "speech/SpeechPipeline.h"
 #include "speech/TestTokenizer.h"
+#include "speech/TranscribeTask.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -108,31 +107,39 @@ protected:
 
     /// Frames louder than a trifle are speech.
     void addVoiceActivity() {
-        runtime.addGraph("SpeechGate.onnx",
-                         {{{"input", ElementType::float32, {-1, 576}}, {"h", ElementType::float32, {1, 1, 128}}, {"c", ElementType::float32, {1, 1, 128}}},
-                          {{"speech_probs", ElementType::float32, {-1}}, {"hn", ElementType::float32, {1, 1, 128}}, {"cn", ElementType::float32, {1, 1, 128}}},
-                          [](FakeModelRuntime::Tensors& tensors) {
-                              const auto input = tensors.input<float>("input");
-                              const auto probabilities = tensors.output<float>("speech_probs");
-                              for (std::size_t i = 0; i < probabilities.size(); ++i)
-                                  probabilities[i] = maximum(input.subspan(i * 576, 576)) > 0.1F ? 0.9F : 0.05F;
-                          }});
+        runtime.addGraph("SpeechGate.onnx", {{{"input", ElementType::float32, {-1, 576}},
+                                              {"h", ElementType::float32, {1, 1, 128}},
+                                              {"c", ElementType::float32, {1, 1, 128}}},
+                                             {{"speech_probs", ElementType::float32, {-1}},
+                                              {"hn", ElementType::float32, {1, 1, 128}},
+                                              {"cn", ElementType::float32, {1, 1, 128}}},
+                                             [](FakeModelRuntime::Tensors& tensors) {
+                                                 const auto input = tensors.input<float>("input");
+                                                 const auto probabilities = tensors.output<float>("speech_probs");
+                                                 for (std::size_t i = 0; i < probabilities.size(); ++i)
+                                                     probabilities[i] =
+                                                         maximum(input.subspan(i * 576, 576)) > 0.1F ? 0.9F : 0.05F;
+                                             }});
     }
 
     static std::vector<float> tone(double seconds) {
         std::vector<float> samples(static_cast<std::size_t>(seconds * speechSampleRate));
-        for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = 0.5F * std::sin(static_cast<float>(i) * 0.3F);
+        for (std::size_t i = 0; i < samples.size(); ++i)
+            samples[i] = 0.5F * std::sin(static_cast<float>(i) * 0.3F);
         return samples;
     }
-    static std::vector<float> silence(double seconds) { return std::vector<float>(static_cast<std::size_t>(seconds * speechSampleRate)); }
+    static std::vector<float> silence(double seconds) {
+        return std::vector<float>(static_cast<std::size_t>(seconds * speechSampleRate));
+    }
 
-    int at(double seconds) const { return models->tokenizer.special().timeTokenBegin + static_cast<int>(seconds * 50 + 0.5); }
+    int at(double seconds) const {
+        return models->tokenizer.special().timeTokenBegin + static_cast<int>(seconds * 50 + 0.5);
+    }
 
-    TranscriptionResult run(const std::vector<float>& audio, const DecodingOptions& options = {}, const TranscriptionCallback& callback = {}) {
+    TranscriptionResult run(const std::vector<float>& audio, const DecodingOptions& options = {},
+                            const TranscriptionCallback& callback = {}) {
         TranscribeTask task(*models);
-        task.segmentDiscoveryCallback = [this](const auto&) {
-            ++window;
-        };
+        task.segmentDiscoveryCallback = [this](const auto&) { ++window; };
         return task.run(audio, options, callback);
     }
 
@@ -160,7 +167,8 @@ TEST_F(TranscribeTaskTest, short_audio_is_encoded_with_a_short_context_and_silen
 
 TEST_F(TranscribeTaskTest, a_loop_in_the_short_context_is_decoded_again_with_the_whole_window) {
     std::vector<int> loop{at(0)};
-    for (int i = 0; i < 200; ++i) loop.push_back("la "[i % 3]);
+    for (int i = 0; i < 200; ++i)
+        loop.push_back("la "[i % 3]);
     scripts = {{.tokens = loop}};
     const auto result = run(tone(1));
     EXPECT_THAT(encodedFrames, testing::Contains(3000U));
@@ -205,14 +213,17 @@ TEST(FallbackTest, the_first_test_that_hits_decides) {
         {"low average", -0.1F, 0.1F, 1, -1.01F, true, "logProbThreshold"},
     };
     for (const auto& [rule, first, noSpeech, ratio, average, needsFallback, reason] : cases) {
-        const DecodingResult result{.avgLogProb = average, .noSpeechProb = noSpeech, .compressionRatio = ratio, .firstTokenLogProb = first};
+        const DecodingResult result{
+            .avgLogProb = average, .noSpeechProb = noSpeech, .compressionRatio = ratio, .firstTokenLogProb = first};
         const auto fallback = fallbackOf(result, {});
         EXPECT_EQ(fallback.needsFallback, needsFallback) << rule;
         EXPECT_EQ(fallback.fallbackReason, reason) << rule;
     }
     DecodingOptions none;
-    none.firstTokenLogProbThreshold = none.noSpeechThreshold = none.compressionRatioThreshold = none.logProbThreshold = std::nullopt;
-    EXPECT_FALSE(fallbackOf({.avgLogProb = -9, .noSpeechProb = 1, .compressionRatio = 9, .firstTokenLogProb = -9}, none).needsFallback);
+    none.firstTokenLogProbThreshold = none.noSpeechThreshold = none.compressionRatioThreshold = none.logProbThreshold =
+        std::nullopt;
+    EXPECT_FALSE(fallbackOf({.avgLogProb = -9, .noSpeechProb = 1, .compressionRatio = 9, .firstTokenLogProb = -9}, none)
+                     .needsFallback);
 }
 
 TEST_F(TranscribeTaskTest, a_silent_window_gives_no_text_and_no_retry) {
@@ -225,7 +236,9 @@ TEST_F(TranscribeTaskTest, a_silent_window_gives_no_text_and_no_retry) {
 }
 
 TEST_F(TranscribeTaskTest, windows_follow_one_another_to_the_end_of_each_clip) {
-    scripts = {{.tokens = {at(0), 'a', at(10), at(10), 'b', at(20), at(20)}}, {.tokens = {at(0), 'c', at(30)}}, {.tokens = {at(0), 'd', at(1)}}};
+    scripts = {{.tokens = {at(0), 'a', at(10), at(10), 'b', at(20), at(20)}},
+               {.tokens = {at(0), 'c', at(30)}},
+               {.tokens = {at(0), 'd', at(1)}}};
     const auto result = run(tone(65));
     // The first stops at the pair at 20 s, the second takes its whole window, the rest of 15 s ends it.
     EXPECT_EQ(result.text, "abcd");
@@ -278,26 +291,29 @@ TEST_F(TranscribeTaskTest, chunks_are_cut_at_pauses_and_come_back_in_order_with_
     }
     std::size_t taken = 0;
     std::vector<float> starts;
-    ChunkedTranscriber(*models, {}, 1).run(
-        [&](std::span<float> block) {
-            const std::size_t count = std::min({block.size(), audio.size() - taken, std::size_t{10'007}});
-            std::copy_n(audio.begin() + static_cast<std::ptrdiff_t>(taken), count, block.begin());
-            taken += count;
-            return count;
-        },
-        [&](const TranscriptionResult& result) {
-            starts.push_back(result.segments.at(0).start);
-            return true;
-        });
+    ChunkedTranscriber(*models, {}, 1)
+        .run(
+            [&](std::span<float> block) {
+                const std::size_t count = std::min({block.size(), audio.size() - taken, std::size_t{10'007}});
+                std::copy_n(audio.begin() + static_cast<std::ptrdiff_t>(taken), count, block.begin());
+                taken += count;
+                return count;
+            },
+            [&](const TranscriptionResult& result) {
+                starts.push_back(result.segments.at(0).start);
+                return true;
+            });
     ASSERT_EQ(starts.size(), 5U);
-    for (std::size_t i = 0; i < 5; ++i) EXPECT_NEAR(starts[i], static_cast<float>(i) * 8 + 5, 0.5F);
+    for (std::size_t i = 0; i < 5; ++i)
+        EXPECT_NEAR(starts[i], static_cast<float>(i) * 8 + 5, 0.5F);
 }
 
 TEST_F(TranscribeTaskTest, endless_speech_is_cut_to_windows_without_losing_a_sample) {
     VoiceChunker chunker(models->newVoiceActivity());
     const auto audio = tone(100);
     auto chunks = chunker.push(audio);
-    for (auto& chunk : chunker.finish()) chunks.push_back(std::move(chunk));
+    for (auto& chunk : chunker.finish())
+        chunks.push_back(std::move(chunk));
     ASSERT_GE(chunks.size(), 4U);
     std::size_t next = 0;
     for (const auto& chunk : chunks) {
@@ -320,8 +336,9 @@ TEST_F(TranscribeTaskTest, errors_of_a_worker_and_of_the_source_reach_the_caller
     EXPECT_EQ(pipeline.transcribe(tone(3), options).size(), 1U);
     EXPECT_THROW((void)pipeline.transcribe({}, options), SpeechError);
     EXPECT_THROW((void)pipeline.transcribe({}, {}), SpeechError);
-    EXPECT_THROW(ChunkedTranscriber(*models, {}, 2).run([](std::span<float>) -> std::size_t { throw std::runtime_error("pulled plug"); },
-                                                        [](const TranscriptionResult&) { return true; }),
+    EXPECT_THROW(ChunkedTranscriber(*models, {}, 2)
+                     .run([](std::span<float>) -> std::size_t { throw std::runtime_error("pulled plug"); },
+                          [](const TranscriptionResult&) { return true; }),
                  std::runtime_error);
 }
 

@@ -46,7 +46,8 @@ constexpr std::array sums{
 } // namespace
 
 void TranscriptionTimings::add(const TranscriptionTimings& other) noexcept {
-    for (const auto stage : sums) this->*stage += other.*stage;
+    for (const auto stage : sums)
+        this->*stage += other.*stage;
     if (firstTokenTime == 0 || (other.firstTokenTime != 0 && other.firstTokenTime < firstTokenTime))
         firstTokenTime = other.firstTokenTime;
 }
@@ -57,6 +58,8 @@ double steadySeconds() noexcept {
 
 StageTimer::StageTimer(double& seconds) noexcept : sum(seconds), begin(steadySeconds()) {}
 
-StageTimer::~StageTimer() { sum += steadySeconds() - begin; }
+StageTimer::~StageTimer() {
+    sum += steadySeconds() - begin;
+}
 
 } // namespace tavrin

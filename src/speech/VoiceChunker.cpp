@@ -39,9 +39,12 @@ std::vector<VoiceChunk> VoiceChunker::push(std::span<const float> fresh) {
     samples.insert(samples.end(), fresh.begin(), fresh.end());
     const std::size_t known = (nextFrame - firstFrame) * VoiceActivity::frameSamples;
     const std::size_t whole = (samples.size() - known) / VoiceActivity::frameSamples * VoiceActivity::frameSamples;
-    for (const float probability : activity.probabilities(std::span(samples).subspan(known, whole)))
-        probabilities.push_back(probability);
-    while (nextFrame < firstFrame + probabilities.size()) takeFrame(probabilityAt(nextFrame), done);
+    const auto heard = activity.probabilities(std::span(samples).subspan(known, whole));
+    probabilities.insert(probabilities.end(), heard.begin(), heard.end());
+    while (nextFrame < firstFrame + probabilities.size())
+        takeFrame(probabilityAt(nextFrame), done);
+    // What may still become part of a chunk stays.
+    forgetBefore(isOpen ? chunkBegin : std::max(freeFrame, nextFrame - std::min(nextFrame, leadFrames)));
     return done;
 }
 
@@ -56,18 +59,18 @@ std::vector<VoiceChunk> VoiceChunker::finish() {
 void VoiceChunker::takeFrame(float probability, std::vector<VoiceChunk>& done) {
     const std::size_t frame = nextFrame++;
     if (!isOpen) {
-        if (probability > speechProbability) {
-            isOpen = true;
-            chunkBegin = std::max(firstFrame, frame - std::min(frame, leadFrames));
-            lastSpeech = frame;
-        } else if (frame - firstFrame > leadFrames) {
-            forgetBefore(frame - leadFrames);
-        }
+        if (probability <= speechProbability) return;
+        isOpen = true;
+        chunkBegin = std::max(freeFrame, frame - std::min(frame, leadFrames));
+        lastSpeech = frame;
         return;
     }
-    if (probability > speechProbability || (probability > fadingProbability && lastSpeech + 1 == frame)) lastSpeech = frame;
-    if (frame - lastSpeech > longestPauseFrames) close(lastSpeech + tailFrames, done);
-    else if (frame - chunkBegin >= longestChunkFrames) cutLongChunk(done);
+    if (probability > speechProbability || (probability > fadingProbability && lastSpeech + 1 == frame))
+        lastSpeech = frame;
+    if (frame - lastSpeech > longestPauseFrames)
+        close(lastSpeech + tailFrames, done);
+    else if (frame - chunkBegin >= longestChunkFrames)
+        cutLongChunk(done);
 }
 
 void VoiceChunker::cutLongChunk(std::vector<VoiceChunk>& done) {
@@ -77,7 +80,8 @@ void VoiceChunker::cutLongChunk(std::vector<VoiceChunk>& done) {
     float least = std::numeric_limits<float>::infinity();
     for (std::size_t frame = chunkBegin + earliestCutFrames; frame + half < nextFrame; ++frame) {
         float sum = 0;
-        for (std::size_t near = frame - half; near <= frame + half; ++near) sum += probabilityAt(near);
+        for (std::size_t near = frame - half; near <= frame + half; ++near)
+            sum += probabilityAt(near);
         if (sum <= least) least = sum, best = frame;
     }
     const std::size_t speech = lastSpeech;
@@ -90,14 +94,15 @@ void VoiceChunker::cutLongChunk(std::vector<VoiceChunk>& done) {
 
 void VoiceChunker::close(std::size_t endFrame, std::vector<VoiceChunk>& done) {
     isOpen = false;
-    const auto begin = static_cast<std::ptrdiff_t>(chunkBegin - firstFrame), end = static_cast<std::ptrdiff_t>(endFrame - firstFrame);
-    if (holdsSpeech(std::vector<float>(probabilities.begin() + begin, probabilities.begin() + end))) {
+    const auto begin = static_cast<std::ptrdiff_t>(chunkBegin - firstFrame);
+    const auto end = static_cast<std::ptrdiff_t>(endFrame - firstFrame);
+    if (holdsSpeech(std::span(probabilities).subspan(chunkBegin - firstFrame, endFrame - chunkBegin))) {
         constexpr std::ptrdiff_t frame = VoiceActivity::frameSamples;
         const auto last = std::min(static_cast<std::ptrdiff_t>(samples.size()), end * frame);
         done.push_back({.start = chunkBegin * VoiceActivity::frameSamples,
                         .samples = {samples.begin() + begin * frame, samples.begin() + last}});
     }
-    forgetBefore(endFrame);
+    freeFrame = endFrame;
 }
 
 void VoiceChunker::forgetBefore(std::size_t frame) {

@@ -3,14 +3,13 @@
 #include "speech/VoiceActivity.h"
 
 #include <cstddef>
-#include <deque>
 #include <span>
 #include <vector>
 
 namespace tavrin {
 
-/// True if the probabilities of an audio's frames hold speech: four frames above one half within a second. Passes single
-/// short words; noise, music and clicks do not get there.
+/// True if the probabilities of an audio's frames hold speech: four frames above one half within a second. Passes
+/// single short words; noise, music and clicks do not get there.
 [[nodiscard]] bool holdsSpeech(std::span<const float> probabilities) noexcept;
 
 /// A stretch of an audio with speech in it, and pauses of up to two seconds.
@@ -20,8 +19,8 @@ struct VoiceChunk {
     std::vector<float> samples;
 };
 
-/// Cuts an audio of any length, as it comes, into chunks that fit a window and begin and end in pauses. What lies between
-/// them holds no speech. Keeps about a window's samples. Not thread-safe.
+/// Cuts an audio of any length, as it comes, into chunks that fit a window and begin and end in pauses. What lies
+/// between them holds no speech. Keeps about a window's samples. Not thread-safe.
 class VoiceChunker final {
 public:
     explicit VoiceChunker(VoiceActivity activity);
@@ -40,10 +39,11 @@ private:
 
     VoiceActivity activity;
     /// Samples and probabilities from `firstFrame` on; samples may run ahead by less than a frame.
-    std::deque<float> probabilities;
+    std::vector<float> probabilities;
     std::vector<float> samples;
     std::size_t firstFrame = 0;
     std::size_t nextFrame = 0;
+    std::size_t freeFrame = 0; ///< behind the last chunk: the next one may begin here
     bool isOpen = false;
     std::size_t chunkBegin = 0;
     std::size_t lastSpeech = 0;

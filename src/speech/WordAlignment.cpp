@@ -61,7 +61,8 @@ void medianFilter(std::span<float> row) {
         std::array<float, medianWidth> near{};
         for (std::ptrdiff_t k = -half; k <= half; ++k) {
             const auto index = std::abs(i + k);
-            near[static_cast<std::size_t>(k + half)] = original[static_cast<std::size_t>(index > last ? 2 * last - index : index)];
+            near[static_cast<std::size_t>(k + half)] =
+                original[static_cast<std::size_t>(index > last ? 2 * last - index : index)];
         }
         std::ranges::nth_element(near, near.begin() + half);
         row[static_cast<std::size_t>(i)] = near[static_cast<std::size_t>(half)];
@@ -78,7 +79,8 @@ void limitDurations(std::vector<WordTiming>& words) {
     const float longest = std::max(shortestLimit, longestWordRatio * *middle);
     // The first word is the end of whatever silence came before it, if no time token held that.
     words.front().start = std::max(words.front().start, words.front().end - longest);
-    for (auto& word : words) word.end = std::min(word.end, word.start + longest);
+    for (auto& word : words)
+        word.end = std::min(word.end, word.start + longest);
 }
 
 } // namespace
@@ -124,7 +126,8 @@ std::vector<std::pair<std::size_t, std::size_t>> wordRanges(std::span<const int>
         // A character may be spread over several tokens.
         std::size_t end = begin + 1;
         std::string text = tokenizer.decodeBytes(tokens.subspan(begin, 1));
-        while (end < tokens.size() && !isValidUtf8(text)) text += tokenizer.decodeBytes(tokens.subspan(end++, 1));
+        while (end < tokens.size() && !isValidUtf8(text))
+            text += tokenizer.decodeBytes(tokens.subspan(end++, 1));
         const auto bare = trimmed(text);
         const bool isMark = !bare.empty() && appendedMarks.find(bare) != std::string_view::npos;
         const bool startsWord = !hasBlanks || text.starts_with(' ');
@@ -154,8 +157,10 @@ std::vector<WordTiming> alignedWords(const DecodingResult& result, const Tokeniz
     // Time tokens and the end token take part: they hold the pauses, which are no word's.
     const std::size_t rows = std::min(result.tokens.size() + 1, weights.rows.size() / row);
     auto cost = meanAttention(weights, rows, positions);
-    for (std::size_t i = 0; i < rows; ++i) medianFilter(std::span(cost).subspan(i * positions, positions));
-    for (float& value : cost) value = -value;
+    for (std::size_t i = 0; i < rows; ++i)
+        medianFilter(std::span(cost).subspan(i * positions, positions));
+    for (float& value : cost)
+        value = -value;
     auto starts = warpedStarts(cost, rows, positions);
     starts.resize(result.tokens.size() + 1, positions);
 
@@ -166,7 +171,8 @@ std::vector<WordTiming> alignedWords(const DecodingResult& result, const Tokeniz
                         .start = static_cast<float>(starts[rowOf[begin]]) * secondsPerPosition,
                         .end = static_cast<float>(starts[rowOf[end - 1] + 1]) * secondsPerPosition};
         word.word = tokenizer.decode(word.tokens);
-        for (std::size_t i = begin; i < end; ++i) word.probability += std::exp(result.tokenLogProbs[rowOf[i]]);
+        for (std::size_t i = begin; i < end; ++i)
+            word.probability += std::exp(result.tokenLogProbs[rowOf[i]]);
         word.probability /= static_cast<float>(end - begin);
         words.push_back(std::move(word));
     }

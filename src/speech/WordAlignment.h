@@ -14,9 +14,9 @@ class Tokenizer;
 /// Marks that belong to the word before them.
 constexpr std::string_view appendedMarks = "\"'.。,，!！?？:：”)]}、";
 
-/// The words of a decoding with their times in seconds from the window's start, by dynamic time warping of the alignment
-/// heads' attention (Radford et al. 2022). `positions` counts the encoder positions of 0.02 s that hold audio.
-/// Throws SpeechError "Invalid shape in alignmentWeights" if rows are missing.
+/// The words of a decoding with their times in seconds from the window's start, by dynamic time warping of the
+/// alignment heads' attention (Radford et al. 2022). `positions` counts the encoder positions of 0.02 s that hold
+/// audio. Throws SpeechError "Invalid shape in alignmentWeights" if rows are missing.
 [[nodiscard]] std::vector<WordTiming> alignedWords(const DecodingResult& result, const Tokenizer& tokenizer,
                                                    std::size_t positions);
 

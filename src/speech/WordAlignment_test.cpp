@@ -1,7 +1,6 @@
-#include "speech/WordAlignment.h"
-
 #include "speech/SpeechError.h"
 #include "speech/TestTokenizer.h"
+#include "speech/WordAlignment.h"
 
 #include <gtest/gtest.h>
 
@@ -37,9 +36,10 @@ TEST(WordAlignment, tokens_become_words_with_their_marks) {
 TEST(WordAlignment, attention_gives_each_word_its_time) {
     const auto tokenizer = test::tinyTokenizer({" one", " two"});
     const int time = tokenizer.special().timeTokenBegin;
-    DecodingResult result{.language = "en",
-                          .tokens = {time, tokenizer.encode(" one").front(), tokenizer.encode(" two").front(), time + 60},
-                          .tokenLogProbs = {0, -0.5F, 0, 0}};
+    DecodingResult result{
+        .language = "en",
+        .tokens = {time, tokenizer.encode(" one").front(), tokenizer.encode(" two").front(), time + 60},
+        .tokenLogProbs = {0, -0.5F, 0, 0}};
     // The first time looks at the lead, "one" at 0.4 s, "two" at 0.8 s, the last time behind 1.0 s.
     result.alignment = {.heads = 2, .positions = 70};
     const std::pair<int, int> looks[]{{0, 20}, {20, 40}, {40, 50}, {50, 60}, {60, 70}};

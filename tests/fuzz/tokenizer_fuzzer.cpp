@@ -21,7 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 /// Half of the time mutates a good file, so that the inner checks are reached.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t mostSize);
-extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t mostSize, unsigned seed) {
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t mostSize,
+                                               unsigned seed) {
     static const std::string good = tavrin::test::tinyTokenizerText({" the", "er"});
     if (size < 3 && seed % 2 == 0 && good.size() <= mostSize) {
         good.copy(reinterpret_cast<char*>(data), good.size());

@@ -1,11 +1,10 @@
+#include "SpeechFixture.h"
 #include "speech/ChunkedTranscriber.h"
 #include "speech/SpeechAudio.h"
 #include "speech/SpeechError.h"
 #include "speech/SpeechPipeline.h"
 #include "speech/VoiceChunker.h"
 #include "support/text/Unicode.h"
-
-#include "SpeechFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -24,22 +23,25 @@ TranscriptionResult transcribed(const std::vector<float>& samples, DecodingOptio
     return TranscribeTask(models()).run(samples, options);
 }
 
-/// All chunks of a file as the program transcribes it by default: language detected, everything between speech left out.
+/// All chunks of a file as the program transcribes it by default: language detected, everything between speech left
+/// out.
 std::vector<TranscriptionResult> transcribedFile(const fs::path& file, DecodingOptions options = {}) {
     options.detectLanguage = true;
     AudioFileReader reader(file.string());
     std::vector<TranscriptionResult> results;
-    ChunkedTranscriber(models(), options, 2).run([&](std::span<float> block) { return reader.read(block); },
-                                                [&](const TranscriptionResult& result) {
-                                                    results.push_back(result);
-                                                    return true;
-                                                });
+    ChunkedTranscriber(models(), options, 2)
+        .run([&](std::span<float> block) { return reader.read(block); },
+             [&](const TranscriptionResult& result) {
+                 results.push_back(result);
+                 return true;
+             });
     return results;
 }
 
 std::string textOf(const std::vector<TranscriptionResult>& results) {
     std::string text;
-    for (const auto& result : results) text += result.text;
+    for (const auto& result : results)
+        text += result.text;
     return std::string(trimmed(text));
 }
 
@@ -47,8 +49,10 @@ std::string textOf(const std::vector<TranscriptionResult>& results) {
 std::string plainWords(const std::string& text) {
     std::string plain;
     for (const char character : lowercased(text)) {
-        if (std::isalnum(static_cast<unsigned char>(character)) != 0) plain += character;
-        else if (!plain.empty() && plain.back() != ' ' && character != '\'') plain += ' ';
+        if (std::isalnum(static_cast<unsigned char>(character)) != 0)
+            plain += character;
+        else if (!plain.empty() && plain.back() != ' ' && character != '\'')
+            plain += ' ';
     }
     return std::string(trimmed(plain));
 }
@@ -73,7 +77,8 @@ TEST(RealSpeech, the_gate_passes_every_clip_with_speech) {
             EXPECT_TRUE(models().hearsSpeech(samples)) << file;
             // The same much softer, and a single word of it.
             auto soft = samples;
-            for (float& sample : soft) sample *= 0.05F;
+            for (float& sample : soft)
+                sample *= 0.05F;
             EXPECT_TRUE(models().hearsSpeech(soft)) << file << " softly";
             ++clips;
         }
@@ -100,7 +105,8 @@ TEST(RealSpeech, noise_between_and_under_speech_adds_no_word) {
     for (const fs::path& file : files) {
         const auto text = plainWords(textOf(transcribedFile(file)));
         // A sound may hide a syllable, but it never becomes a word: "ill-disposed" may lose its "di".
-        EXPECT_THAT(text, testing::MatchesRegex("he was not an ill ?(dis|s)posed young man he might even have been made amiable himself"))
+        EXPECT_THAT(text, testing::MatchesRegex(
+                              "he was not an ill ?(dis|s)posed young man he might even have been made amiable himself"))
             << file;
     }
 }
@@ -159,8 +165,9 @@ TEST(RealSpeech, a_long_audio_keeps_its_times_in_order) {
         EXPECT_LE(segment.end, length + 0.01F);
         last = segment.end;
     }
-    EXPECT_THAT(plainWords(result.text), testing::AllOf(testing::HasSubstr("committee agreed"), testing::HasSubstr("our customers in norway"),
-                                                       testing::HasSubstr("finance department")));
+    EXPECT_THAT(plainWords(result.text),
+                testing::AllOf(testing::HasSubstr("committee agreed"), testing::HasSubstr("our customers in norway"),
+                               testing::HasSubstr("finance department")));
 }
 
 TEST(RealSpeech, words_have_the_times_at_which_they_are_said) {
@@ -175,7 +182,8 @@ TEST(RealSpeech, words_have_the_times_at_which_they_are_said) {
     options.wordTimestamps = true;
     const float secondBegin = begin + static_cast<float>(first.size()) / 16'000 + gap;
     std::vector<WordTiming> words;
-    for (const auto& segment : transcribed(audio, options).segments) words.insert(words.end(), segment.words->begin(), segment.words->end());
+    for (const auto& segment : transcribed(audio, options).segments)
+        words.insert(words.end(), segment.words->begin(), segment.words->end());
     ASSERT_GE(words.size(), 14U);
     float last = 0;
     for (const auto& word : words) {
@@ -216,7 +224,8 @@ TEST(RealSpeech, the_language_is_detected_and_a_doubtful_one_is_not_believed) {
 
 TEST(RealSpeech, bad_samples_are_survived) {
     auto samples = recorded("0880");
-    for (std::size_t i = 0; i < samples.size(); i += 1'000) samples[i] = std::numeric_limits<float>::quiet_NaN();
+    for (std::size_t i = 0; i < samples.size(); i += 1'000)
+        samples[i] = std::numeric_limits<float>::quiet_NaN();
     EXPECT_THAT(plainWords(transcribed(samples).text), testing::HasSubstr("young man"));
     std::ranges::fill(samples, 3e38F);
     EXPECT_NO_THROW((void)transcribed(samples));
@@ -233,7 +242,8 @@ TEST(RealSpeech, several_threads_share_the_models) {
     std::vector<std::string> texts(4);
     {
         std::vector<std::jthread> threads;
-        for (auto& text : texts) threads.emplace_back([&] { text = transcribed(samples).text; });
+        for (auto& text : texts)
+            threads.emplace_back([&] { text = transcribed(samples).text; });
     }
     EXPECT_THAT(texts, testing::Each(expected));
 }

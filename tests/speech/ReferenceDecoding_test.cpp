@@ -1,8 +1,7 @@
+#include "SpeechFixture.h"
 #include "speech/FeatureExtractor.h"
 #include "speech/TranscribeTask.h"
 #include "support/json/Json.h"
-
-#include "SpeechFixture.h"
 
 #include <fstream>
 #include <sstream>
@@ -32,7 +31,9 @@ std::vector<float> clipSamples(const Json& clip) {
     const std::string pcm = bytes.str();
     std::vector<float> samples(pcm.size() / 2);
     for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] = static_cast<float>(static_cast<std::int16_t>(static_cast<unsigned char>(pcm[2 * i]) | (pcm[2 * i + 1] << 8))) / 32768.0F;
+        samples[i] = static_cast<float>(
+                         static_cast<std::int16_t>(static_cast<unsigned char>(pcm[2 * i]) | (pcm[2 * i + 1] << 8))) /
+                     32768.0F;
     return samples;
 }
 

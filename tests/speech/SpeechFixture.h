@@ -17,12 +17,15 @@ namespace tavrin::test {
 /// A path that the test script passes in. A test that misses it fails: nothing is skipped.
 inline std::filesystem::path given(const char* name) {
     const char* value = std::getenv(name);
-    if (value == nullptr || *value == '\0') throw std::runtime_error(std::string(name) + " is not set; run ./tavrin test");
+    if (value == nullptr || *value == '\0')
+        throw std::runtime_error(std::string(name) + " is not set; run ./tavrin test");
     return value;
 }
 
 /// The folder with recorded and synthetic speech that the test script makes.
-inline std::filesystem::path speechFolder() { return given("TAVRIN_TEST_SPEECH"); }
+inline std::filesystem::path speechFolder() {
+    return given("TAVRIN_TEST_SPEECH");
+}
 
 inline std::vector<float> samplesOf(const std::filesystem::path& file) {
     AudioFileReader reader(file.string());

@@ -55,26 +55,36 @@ float scaled(const std::uint8_t* plane, std::size_t index) {
     else if constexpr (std::is_floating_point_v<Sample>)
         return static_cast<float>(value);
     else
-        return static_cast<float>(static_cast<double>(value) / (static_cast<double>(std::numeric_limits<Sample>::max()) + 1.0));
+        return static_cast<float>(static_cast<double>(value) /
+                                  (static_cast<double>(std::numeric_limits<Sample>::max()) + 1.0));
 }
 
 float (*readerOf(AVSampleFormat packed))(const std::uint8_t*, std::size_t) {
     switch (packed) {
-    case AV_SAMPLE_FMT_U8: return scaled<std::uint8_t>;
-    case AV_SAMPLE_FMT_S16: return scaled<std::int16_t>;
-    case AV_SAMPLE_FMT_S32: return scaled<std::int32_t>;
-    case AV_SAMPLE_FMT_S64: return scaled<std::int64_t>;
-    case AV_SAMPLE_FMT_FLT: return scaled<float>;
-    case AV_SAMPLE_FMT_DBL: return scaled<double>;
-    default: return nullptr;
+    case AV_SAMPLE_FMT_U8:
+        return scaled<std::uint8_t>;
+    case AV_SAMPLE_FMT_S16:
+        return scaled<std::int16_t>;
+    case AV_SAMPLE_FMT_S32:
+        return scaled<std::int32_t>;
+    case AV_SAMPLE_FMT_S64:
+        return scaled<std::int64_t>;
+    case AV_SAMPLE_FMT_FLT:
+        return scaled<float>;
+    case AV_SAMPLE_FMT_DBL:
+        return scaled<double>;
+    default:
+        return nullptr;
     }
 }
 
-/// The bytes that a RIFF file lacks at its end by its own head, whose length libav silently corrects; 0 for other files.
+/// The bytes that a RIFF file lacks at its end by its own head, whose length libav silently corrects; 0 for other
+/// files.
 std::uint64_t missingRiffBytes(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::array<unsigned char, 8> head{};
-    if (!file.read(reinterpret_cast<char*>(head.data()), head.size()) || std::memcmp(head.data(), "RIFF", 4) != 0) return 0;
+    if (!file.read(reinterpret_cast<char*>(head.data()), head.size()) || std::memcmp(head.data(), "RIFF", 4) != 0)
+        return 0;
     const std::uint64_t stated = 8 + (head[4] | head[5] << 8U | head[6] << 16U | std::uint64_t{head[7]} << 24U);
     constexpr std::uint64_t unknownLength = 0xFFFFFF00; // programs that write to a pipe put about this
     file.seekg(0, std::ios::end);
@@ -125,8 +135,7 @@ public:
 
     [[nodiscard]] std::optional<double> statedSeconds() const noexcept {
         const AVStream* stream = format->streams[streamIndex];
-        if (stream->duration > 0)
-            return static_cast<double>(stream->duration) * av_q2d(stream->time_base);
+        if (stream->duration > 0) return static_cast<double>(stream->duration) * av_q2d(stream->time_base);
         if (format->duration > 0) return static_cast<double>(format->duration) / AV_TIME_BASE;
         return std::nullopt;
     }
@@ -156,7 +165,8 @@ private:
         const std::string url = file == "-" ? "pipe:0" : "file:" + file;
         const int error = avformat_open_input(&opened, url.c_str(), nullptr, &options);
         av_dict_free(&options);
-        if (error < 0) fail(error == AVERROR_INVALIDDATA || error == AVERROR_EOF ? "not an audio or video file" : reasonOf(error));
+        if (error < 0)
+            fail(error == AVERROR_INVALIDDATA || error == AVERROR_EOF ? "not an audio or video file" : reasonOf(error));
         format.reset(opened);
         if (const int found = avformat_find_stream_info(opened, nullptr); found < 0) fail(reasonOf(found));
     }
@@ -223,8 +233,10 @@ private:
 
     void finish() {
         isOver = true;
-        if (converter) converter->finish(ready);
-        else if (!readError.empty() || statedSeconds().value_or(0) > toleratedLoss) fail("its sound cannot be decoded");
+        if (converter)
+            converter->finish(ready);
+        else if (!readError.empty() || statedSeconds().value_or(0) > toleratedLoss)
+            fail("its sound cannot be decoded");
     }
 
     std::string name, path;
@@ -247,9 +259,17 @@ AudioFileReader::AudioFileReader(const std::string& file) : decoder(std::make_un
 AudioFileReader::~AudioFileReader() = default;
 AudioFileReader::AudioFileReader(AudioFileReader&&) noexcept = default;
 
-std::size_t AudioFileReader::read(std::span<float> samples) { return decoder->read(samples); }
-std::optional<double> AudioFileReader::statedSeconds() const noexcept { return decoder->statedSeconds(); }
-double AudioFileReader::readSeconds() const noexcept { return decoder->readSeconds(); }
-std::optional<std::string> AudioFileReader::damage() const { return decoder->damage(); }
+std::size_t AudioFileReader::read(std::span<float> samples) {
+    return decoder->read(samples);
+}
+std::optional<double> AudioFileReader::statedSeconds() const noexcept {
+    return decoder->statedSeconds();
+}
+double AudioFileReader::readSeconds() const noexcept {
+    return decoder->readSeconds();
+}
+std::optional<std::string> AudioFileReader::damage() const {
+    return decoder->damage();
+}
 
 } // namespace tavrin

@@ -22,8 +22,8 @@ public:
     ~AudioFileReader();
     AudioFileReader(AudioFileReader&&) noexcept;
 
-    /// Fills the front of `samples` and returns how many; 0 at the end. Throws AudioFileError if nothing of the file can
-    /// be decoded. Damaged pieces in the midst are passed over.
+    /// Fills the front of `samples` and returns how many; 0 at the end. Throws AudioFileError if nothing of the file
+    /// can be decoded. Damaged pieces in the midst are passed over.
     [[nodiscard]] std::size_t read(std::span<float> samples);
 
     /// Length as the file states it, in seconds.

@@ -31,16 +31,26 @@ TranscribeOptions parseTranscribeOptions(const std::vector<std::string>& argumen
             if (++argument == arguments.end()) throw UsageError(option + " takes a value");
             return *argument;
         };
-        if (onlyFiles || *argument == "-" || !argument->starts_with('-')) options.files.push_back(*argument);
-        else if (*argument == "--") onlyFiles = true;
-        else if (*argument == "--format") options.format = checkedFormat(value());
-        else if (*argument == "--language") options.language = value();
-        else if (*argument == "--model") options.model = value();
-        else if (*argument == "--threads") options.threads = processorCount(value());
-        else if (*argument == "--words") options.words = true;
-        else if (*argument == "--full-context") options.fullContext = true;
-        else if (*argument == "--help" || *argument == "-h") options.wantsHelp = true;
-        else throw UsageError("unknown option \"" + *argument + "\"");
+        if (onlyFiles || *argument == "-" || !argument->starts_with('-'))
+            options.files.push_back(*argument);
+        else if (*argument == "--")
+            onlyFiles = true;
+        else if (*argument == "--format")
+            options.format = checkedFormat(value());
+        else if (*argument == "--language")
+            options.language = value();
+        else if (*argument == "--model")
+            options.model = value();
+        else if (*argument == "--threads")
+            options.threads = processorCount(value());
+        else if (*argument == "--words")
+            options.words = true;
+        else if (*argument == "--full-context")
+            options.fullContext = true;
+        else if (*argument == "--help" || *argument == "-h")
+            options.wantsHelp = true;
+        else
+            throw UsageError("unknown option \"" + *argument + "\"");
     }
     if (options.files.empty() && !options.wantsHelp) throw UsageError("no file given");
     return options;

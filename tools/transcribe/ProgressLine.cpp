@@ -16,7 +16,8 @@ void ProgressLine::show(double seconds) {
     clear();
     output << name << ": " << clockText(seconds, '.').substr(0, 8);
     if (total && *total > 0)
-        output << " of " << clockText(*total, '.').substr(0, 8) << " (" << static_cast<int>(100 * seconds / *total) << " %)";
+        output << " of " << clockText(*total, '.').substr(0, 8) << " (" << static_cast<int>(100 * seconds / *total)
+               << " %)";
     output.flush();
     isShown = true;
     shownSecond = static_cast<int>(seconds);

@@ -16,7 +16,8 @@ class TextWriter final : public TranscriptWriter {
 public:
     explicit TextWriter(std::ostream& stream) : output(stream) {}
     void add(const TranscriptionResult& result) override {
-        for (const auto& segment : result.segments) output << trimmed(segment.text) << '\n';
+        for (const auto& segment : result.segments)
+            output << trimmed(segment.text) << '\n';
         output.flush();
     }
     void finish(double) override {}
@@ -49,7 +50,9 @@ private:
 };
 
 /// Seconds in whole milliseconds, so that no float's long tail is printed.
-double milliseconds(float seconds) { return std::round(static_cast<double>(seconds) * 1000.0) / 1000.0; }
+double milliseconds(float seconds) {
+    return std::round(static_cast<double>(seconds) * 1000.0) / 1000.0;
+}
 
 Json jsonOf(const TranscriptionSegment& segment) {
     Json entry{{"start", milliseconds(segment.start)},
@@ -109,10 +112,14 @@ std::optional<TranscriptFormat> transcriptFormat(std::string_view name) {
 std::unique_ptr<TranscriptWriter> makeTranscriptWriter(TranscriptFormat format, const std::string& file,
                                                        std::ostream& output) {
     switch (format) {
-    case TranscriptFormat::srt: return std::make_unique<SubtitleWriter>(output, false);
-    case TranscriptFormat::vtt: return std::make_unique<SubtitleWriter>(output, true);
-    case TranscriptFormat::json: return std::make_unique<JsonWriter>(output, file);
-    case TranscriptFormat::text: break;
+    case TranscriptFormat::srt:
+        return std::make_unique<SubtitleWriter>(output, false);
+    case TranscriptFormat::vtt:
+        return std::make_unique<SubtitleWriter>(output, true);
+    case TranscriptFormat::json:
+        return std::make_unique<JsonWriter>(output, file);
+    case TranscriptFormat::text:
+        break;
     }
     return std::make_unique<TextWriter>(output);
 }

@@ -88,8 +88,8 @@ private:
 };
 
 bool transcribeAll(const TranscribeOptions& options) {
-    const std::size_t processors =
-        options.threads > 0 ? static_cast<std::size_t>(options.threads) : std::max(1U, std::thread::hardware_concurrency());
+    const std::size_t processors = options.threads > 0 ? static_cast<std::size_t>(options.threads)
+                                                       : std::max(1U, std::thread::hardware_concurrency());
     Transcriber transcriber(options, processors);
     bool isFine = true;
     for (const std::string& file : options.files) {

@@ -28,8 +28,8 @@ SoxrSampleRateConverter::SoxrSampleRateConverter(double inputRate, std::size_t c
     : channels(channelCount), ratio(outputRate / inputRate) {
     const auto isRate = [](double rate) { return rate >= slowestRate && rate <= fastestRate; };
     if (!isRate(inputRate) || !isRate(outputRate) || channels == 0 || channels > mostChannels)
-        throw SampleRateError("cannot convert " + std::to_string(channels) + " channels at " + std::to_string(inputRate) +
-                              " samples a second");
+        throw SampleRateError("cannot convert " + std::to_string(channels) + " channels at " +
+                              std::to_string(inputRate) + " samples a second");
     if (inputRate == outputRate) return;
     const auto quality = soxr_quality_spec(SOXR_HQ, 0);
     soxr_error_t error = nullptr;
@@ -65,10 +65,11 @@ void SoxrSampleRateConverter::process(const float* input, std::size_t count, std
         const std::size_t begin = output.size();
         output.resize(begin + room);
         std::size_t taken = 0, given = 0;
-        const auto error = soxr_process(resampler->handle, input == nullptr ? nullptr : input + used, count - used, &taken,
-                                        output.data() + begin, room, &given);
+        const auto error = soxr_process(resampler->handle, input == nullptr ? nullptr : input + used, count - used,
+                                        &taken, output.data() + begin, room, &given);
         output.resize(begin + given);
-        if (error != nullptr) throw SampleRateError(std::string("cannot convert sample rates: ") + soxr_strerror(error));
+        if (error != nullptr)
+            throw SampleRateError(std::string("cannot convert sample rates: ") + soxr_strerror(error));
         used += taken;
         if (used == count && given < room) return;
     }

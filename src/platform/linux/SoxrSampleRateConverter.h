@@ -8,8 +8,8 @@
 
 namespace tavrin {
 
-/// `SampleRateConverter` over libsoxr at its high quality: flat up to 0.91 of the lower Nyquist frequency, aliases below
-/// -100 dB. Samples that are no numbers become 0.
+/// `SampleRateConverter` over libsoxr at its high quality: flat up to 0.91 of the lower Nyquist frequency, aliases
+/// below -100 dB. Samples that are no numbers become 0.
 class SoxrSampleRateConverter final : public SampleRateConverter {
 public:
     /// Throws SampleRateError for rates or channels out of all reason.

@@ -1,9 +1,8 @@
 #include "platform/onnx/OnnxModelRuntime.h"
 
 #define ORT_API_MANUAL_INIT
-#include <onnxruntime_cxx_api.h>
-
 #include <dlfcn.h>
+#include <onnxruntime_cxx_api.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -34,25 +33,39 @@ auto translated(const std::filesystem::path& file, Work&& work) {
 
 ElementType elementType(ONNXTensorElementDataType type) {
     switch (type) {
-    case ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT: return ElementType::float32;
-    case ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT16: return ElementType::float16;
-    case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT32: return ElementType::int32;
-    case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT64: return ElementType::int64;
-    case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8: return ElementType::uint8;
-    case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT8: return ElementType::int8;
-    default: return ElementType::other;
+    case ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT:
+        return ElementType::float32;
+    case ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT16:
+        return ElementType::float16;
+    case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT32:
+        return ElementType::int32;
+    case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT64:
+        return ElementType::int64;
+    case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8:
+        return ElementType::uint8;
+    case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT8:
+        return ElementType::int8;
+    default:
+        return ElementType::other;
     }
 }
 
 ONNXTensorElementDataType onnxType(ElementType type) {
     switch (type) {
-    case ElementType::float32: return ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT;
-    case ElementType::float16: return ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT16;
-    case ElementType::int32: return ONNX_TENSOR_ELEMENT_DATA_TYPE_INT32;
-    case ElementType::int64: return ONNX_TENSOR_ELEMENT_DATA_TYPE_INT64;
-    case ElementType::uint8: return ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8;
-    case ElementType::int8: return ONNX_TENSOR_ELEMENT_DATA_TYPE_INT8;
-    case ElementType::other: break;
+    case ElementType::float32:
+        return ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT;
+    case ElementType::float16:
+        return ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT16;
+    case ElementType::int32:
+        return ONNX_TENSOR_ELEMENT_DATA_TYPE_INT32;
+    case ElementType::int64:
+        return ONNX_TENSOR_ELEMENT_DATA_TYPE_INT64;
+    case ElementType::uint8:
+        return ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8;
+    case ElementType::int8:
+        return ONNX_TENSOR_ELEMENT_DATA_TYPE_INT8;
+    case ElementType::other:
+        break;
     }
     return ONNX_TENSOR_ELEMENT_DATA_TYPE_UNDEFINED;
 }
@@ -122,23 +135,28 @@ private:
 
 OnnxRun::OnnxRun(std::shared_ptr<const OnnxGraph> of)
     : graph(std::move(of)), memory(Ort::MemoryInfo::CreateCpu(OrtDeviceAllocator, OrtMemTypeDefault)) {
-    for (std::size_t i = 0; i < graph->inputs().size(); ++i) in.values.emplace_back(nullptr);
-    for (std::size_t i = 0; i < graph->outputs().size(); ++i) out.values.emplace_back(nullptr);
+    for (std::size_t i = 0; i < graph->inputs().size(); ++i)
+        in.values.emplace_back(nullptr);
+    for (std::size_t i = 0; i < graph->outputs().size(); ++i)
+        out.values.emplace_back(nullptr);
 }
 
 Ort::Value OnnxRun::tensorOver(const TensorInfo& info, void* data, std::size_t bytes,
                                std::span<const std::int64_t> shape) {
     std::size_t wanted = elementSize(info.type);
-    for (const std::int64_t dimension : shape) wanted *= static_cast<std::size_t>(dimension);
+    for (const std::int64_t dimension : shape)
+        wanted *= static_cast<std::size_t>(dimension);
     if (wanted != bytes)
-        fail(graph->path(), "feature \"" + info.name + "\" takes " + std::to_string(wanted) + " bytes, got " +
-                                std::to_string(bytes));
+        fail(graph->path(),
+             "feature \"" + info.name + "\" takes " + std::to_string(wanted) + " bytes, got " + std::to_string(bytes));
     return translated(graph->path(), [&] {
         return Ort::Value::CreateTensor(memory, data, bytes, shape.data(), shape.size(), onnxType(info.type));
     });
 }
 
-void OnnxRun::place(Side& side, std::size_t index, Ort::Value value) { side.values.at(index) = std::move(value); }
+void OnnxRun::place(Side& side, std::size_t index, Ort::Value value) {
+    side.values.at(index) = std::move(value);
+}
 
 void OnnxRun::bindInput(std::size_t index, const void* data, std::size_t bytes, std::span<const std::int64_t> shape) {
     // The library takes inputs as writable memory and only reads them.
@@ -223,7 +241,9 @@ OnnxModelRuntime::OnnxModelRuntime(const std::filesystem::path& path) : library(
 
 OnnxModelRuntime::~OnnxModelRuntime() = default;
 
-std::string OnnxModelRuntime::version() const { return library->versionText; }
+std::string OnnxModelRuntime::version() const {
+    return library->versionText;
+}
 
 std::shared_ptr<ModelGraph> OnnxModelRuntime::load(const std::filesystem::path& file, int threads) {
     std::error_code error;

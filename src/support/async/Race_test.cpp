@@ -17,6 +17,7 @@ protected:
         const Local local(log, name);
         log.push_back(name + " begins");
         if (duration > 0s) co_await sleepFor(duration);
+        log.push_back(name + " ends");
         co_return name;
     }
 };
@@ -28,18 +29,18 @@ TEST_F(RaceTest, the_first_to_end_wins_and_the_loser_is_destroyed_before_the_cal
         Log expected;
     };
     const std::vector<Case> cases = {
-        {1s, 2s, {"a begins", "b begins", "a gone", "b gone", "0 a"}},
-        {2s, 1s, {"a begins", "b begins", "b gone", "a gone", "1 b"}},
-        {1s, 1s, {"a begins", "b begins", "a gone", "b gone", "0 a"}},
-        {0s, 1s, {"a begins", "a gone", "0 a"}},
-        {1s, 0s, {"a begins", "b begins", "b gone", "a gone", "1 b"}},
+        {1s, 2s, {"a begins", "b begins", "a ends", "a gone", "b gone", "0 a"}},
+        {2s, 1s, {"a begins", "b begins", "b ends", "b gone", "a gone", "1 b"}},
+        {1s, 1s, {"a begins", "b begins", "a ends", "a gone", "b gone", "0 a"}},
+        {0s, 1s, {"a begins", "a ends", "a gone", "0 a"}},
+        {1s, 0s, {"a begins", "b begins", "b ends", "b gone", "a gone", "1 b"}},
+    };
+    const auto noteWinner = [this](const std::variant<std::string, std::string>& winner) {
+        log.push_back(winner.index() == 0 ? "0 " + std::get<0>(winner) : "1 " + std::get<1>(winner));
     };
     for (const Case& c : cases) {
         log.clear();
-        tasks->spawn([&]() -> Task<void> {
-            const auto winner = co_await race(runner("a", c.a), runner("b", c.b));
-            log.push_back(winner.index() == 0 ? "0 " + std::get<0>(winner) : "1 " + std::get<1>(winner));
-        });
+        tasks->spawn([&]() -> Task<void> { noteWinner(co_await race(runner("a", c.a), runner("b", c.b))); });
         time.advance(5s);
         EXPECT_EQ(log, c.expected);
         EXPECT_EQ(time.pendingJobs(), 0);
@@ -71,8 +72,7 @@ TEST_F(RaceTest, a_limit_gives_nothing_once_the_time_has_run_out) {
     const auto within = [this](Duration duration, Duration limit) -> Task<void> {
         const std::optional<int> answer = co_await race(answerAfter(duration, 42), limit);
         log.push_back(answer ? std::to_string(*answer) : "nothing");
-        const bool inTime = co_await race(noteAfter(duration, "task"), limit);
-        log.emplace_back(inTime ? "in time" : "late");
+        log.emplace_back(co_await race(noteAfter(duration, "task"), limit) ? "in time" : "late");
     };
     tasks->spawn(within(1s - 1ns, 1s));
     time.advance(5s);

@@ -117,7 +117,8 @@ TEST_F(TaskScopeTest, destructors_of_a_cancelled_task_may_use_the_scope) {
     EXPECT_TRUE(tasks->isEmpty());
 
     TaskHandle dropped;
-    tasks->spawn(leaving([&] { dropped = tasks->spawn(noteAfter(0s, "spawned at the end")); }));
+    TaskScope& dying = *tasks;
+    tasks->spawn(leaving([&] { dropped = dying.spawn(noteAfter(0s, "spawned at the end")); }));
     tasks->spawn(leaving([&] { tasks.reset(); }));
     time.runUntilIdle();
     tasks->clear();
