@@ -17,11 +17,11 @@ measure() {
 benchmark() {
   case $1 in
     accuracy)
-      speech_model "$cache/models-full/openai_whisper-base" --precision full
-      measure accuracy --full "$cache/models-full/openai_whisper-base" ;;
+      speech_model "$cache/models-full/openai_whisper-base" --precision full &&
+        measure accuracy --full "$cache/models-full/openai_whisper-base" ;;
     speech)
-      quietly "Making the graphs of the machine's limits" "$python" tools/models/limits.py "$pack" --out "$cache/limits-base"
-      measure speech --limits "$cache/limits-base" ;;
+      quietly "Making the graphs of the machine's limits" "$python" tools/models/limits.py "$pack" --out "$cache/limits-base" &&
+        measure speech --limits "$cache/limits-base" ;;
     growth) measure "$@" ;;
     *) die "bench takes accuracy, speech or growth" ;;
   esac

@@ -34,7 +34,7 @@ def faults_of(file: Path) -> list[str]:
     own = folder_of(own_path)
     if own is None:
         return [f"src/{own_path}: in no known folder"]
-    allowed = MAY_USE[own] | {own} | (TESTS_MAY_USE if own_path.endswith("_test.cpp") else set())
+    allowed = MAY_USE[own] | {own} | (TESTS_MAY_USE if own_path.endswith(("_test.cpp", "TestSupport.h")) else set())
     faults = []
     for target in INCLUDE.findall(file.read_text()):
         folder = folder_of(target)

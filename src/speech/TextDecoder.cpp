@@ -99,7 +99,9 @@ std::shared_ptr<const DecodingCache> TextDecoder::prefill(DecoderRun& run, const
     inputs.inputIds.assign(inputs.initialPrompt.begin(), inputs.initialPrompt.end());
     run.predict();
     readStartLogits(run.logits(), options, *cache);
-    inputs.inputIds = promptBehindStart(options, cache->language);
+    // Assigned, not moved in: the bound memory stays where it is, also when there is nothing to feed.
+    const auto rest = promptBehindStart(options, cache->language);
+    inputs.inputIds.assign(rest.begin(), rest.end());
     if (!inputs.inputIds.empty()) run.predict();
     cache->length = static_cast<std::size_t>(inputs.cacheLength);
     cache->logits.assign(run.logits().begin(), run.logits().end());

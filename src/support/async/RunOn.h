@@ -44,6 +44,7 @@ public:
 private:
     /// Takes the work by value: its captures are gone before the result is told.
     template <class Work>
+    // NOLINTNEXTLINE(performance-unnecessary-value-param)
     static void run(Outcome<R>& outcome, Work work, const std::stop_token& token) {
         try {
             if constexpr (std::is_void_v<R>) {

@@ -1,0 +1,188 @@
+#pragma once
+
+#include "platform/fake/FakeModelRuntime.h"
+#include "speech/TestTokenizer.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <any>
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tavrin {
+
+/// An empty folder on the disk that goes with it.
+class TemporaryFolder final {
+public:
+    TemporaryFolder() {
+        static std::atomic<int> count = 0;
+        const auto name = "tavrin-test-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
+        where = std::filesystem::temp_directory_path() / name;
+        std::filesystem::create_directories(where);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() { std::filesystem::remove_all(where); }
+
+    [[nodiscard]] const std::filesystem::path& path() const { return where; }
+
+private:
+    std::filesystem::path where;
+};
+
+/// A speech model of a few kilobytes that says what it is told, a byte a token. Loud samples are speech to it.
+/// Its graphs are added to a runtime; its folders hold all that the engine reads of a model's files.
+/// Thread: set up on one; its graphs run on any.
+class ScriptedSpeechModel final {
+public:
+    enum class Languages : std::uint8_t { onlyEnglish, several };
+
+    explicit ScriptedSpeechModel(FakeModelRuntime& runtime, Languages known = Languages::several)
+        : isMultilingual(known == Languages::several) {
+        addVoiceGate(runtime);
+        addEncoder(runtime);
+        addDecoder(runtime);
+    }
+
+    /// Makes the model folder and gives it back.
+    std::filesystem::path install(const std::filesystem::path& folder) const {
+        std::filesystem::create_directories(folder);
+        for (const char* part : {"MelSpectrogram.onnx", "AudioEncoder.onnx", "TextDecoder.onnx"})
+            std::ofstream(folder / part) << "scripted";
+        std::ofstream(folder / "tokenizer.json") << test::tinyTokenizerText();
+        TokenizerJson config{{"dims",
+                              {{"mel_bands", 80},
+                               {"audio_positions", 1500},
+                               {"text_positions", 448},
+                               {"width", 1},
+                               {"heads", 1},
+                               {"decoder_layers", 1},
+                               {"vocabulary", vocabulary()}}}};
+        if (isMultilingual) config["lang_ids"] = {languageToken("en"), languageToken("de"), languageToken("fr")};
+        std::ofstream(folder / "config.json") << config;
+        return folder;
+    }
+
+    /// What the next windows say, one after another; windows beyond them say nothing.
+    void say(std::vector<std::string> windows) {
+        const std::scoped_lock guard(lock);
+        texts.assign(windows.begin(), windows.end());
+    }
+
+    /// The language tokens that were fed, as codes, in the order of the windows.
+    [[nodiscard]] std::vector<std::string> languagesFed() const {
+        const std::scoped_lock guard(lock);
+        return fedLanguages;
+    }
+
+    static std::vector<float> speech(std::size_t samples = 80'000) { return std::vector<float>(samples, 0.5F); }
+    static std::vector<float> silence(std::size_t samples = 80'000) { return std::vector<float>(samples, 0.0F); }
+
+    /// How likely German is against French, whose logit is 0; with several languages. Set before use.
+    float germanLogit = never;
+    /// How likely silence is against a token of logit 0. Set before use.
+    float silenceLogit = never;
+    /// Called before each prediction, on the decoding thread. Set before use.
+    std::function<void()> onPrediction;
+
+    static constexpr float never = -30.0F;
+
+private:
+    [[nodiscard]] std::int64_t vocabulary() const { return static_cast<std::int64_t>(tokenizer.size()); }
+    [[nodiscard]] int languageToken(const std::string& code) const { return tokenizer.languageTokens().at(code); }
+
+    static void addVoiceGate(FakeModelRuntime& runtime) {
+        using enum ElementType;
+        const std::vector<std::int64_t> state{1, 1, 128};
+        const auto listen = [](FakeModelRuntime::Tensors& tensors) {
+            const auto frames = tensors.input<float>("input");
+            const auto probabilities = tensors.output<float>("speech_probs");
+            const std::size_t length = frames.size() / probabilities.size();
+            for (std::size_t i = 0; i < probabilities.size(); ++i)
+                probabilities[i] = std::ranges::max(frames.subspan(i * length, length)) > 0.1F ? 1.0F : 0.0F;
+        };
+        runtime.addGraph("SpeechGate.onnx",
+                         {.inputs = {{"input", float32, {-1, -1}}, {"h", float32, state}, {"c", float32, state}},
+                          .outputs = {{"speech_probs", float32, {-1}}, {"hn", float32, state}, {"cn", float32, state}},
+                          .compute = listen});
+    }
+
+    static void addEncoder(FakeModelRuntime& runtime) {
+        using enum ElementType;
+        runtime.addGraph("AudioEncoder.onnx", {.inputs = {{"melspectrogram_features", float32, {1, 80, 1, -1}}},
+                                               .outputs = {{"encoder_output_embeds", float32, {1, -1, 1}}},
+                                               .compute = [](FakeModelRuntime::Tensors&) {}});
+    }
+
+    void addDecoder(FakeModelRuntime& runtime) {
+        using enum ElementType;
+        const std::vector<std::int64_t> cache{1, 1, -1, 1};
+        runtime.addGraph("TextDecoder.onnx",
+                         {.inputs = {{"input_ids", int32, {1, -1}},
+                                     {"cache_length", int32, {1}},
+                                     {"key_cache", float32, cache},
+                                     {"value_cache", float32, cache},
+                                     {"decoder_key_padding_mask", float32, {1, -1}}},
+                          .outputs = {{"logits", float32, {1, 1, vocabulary()}},
+                                      {"key_cache_updates", float32, cache},
+                                      {"value_cache_updates", float32, cache}},
+                          .compute = [this](FakeModelRuntime::Tensors& tensors) { predict(tensors); }});
+    }
+
+    /// A time, the characters, a later time, the end.
+    std::vector<int> nextTokens() {
+        const auto& special = tokenizer.special();
+        const std::scoped_lock guard(lock);
+        std::vector<int> tokens{special.timeTokenBegin};
+        if (!texts.empty()) {
+            const auto text = tokenizer.encode(texts.front());
+            tokens.insert(tokens.end(), text.begin(), text.end());
+            tokens.push_back(special.timeTokenBegin + 50);
+            texts.pop_front();
+        }
+        tokens.push_back(special.endToken);
+        return tokens;
+    }
+
+    void predict(FakeModelRuntime::Tensors& tensors) {
+        if (onPrediction) onPrediction();
+        const auto fed = tensors.input<std::int32_t>("input_ids");
+        const auto position = tensors.input<std::int32_t>("cache_length").front();
+        const auto logits = tensors.output<float>("logits");
+        const auto logitOf = [&](int token) -> float& { return logits[static_cast<std::size_t>(token)]; };
+        std::ranges::fill(logits, never);
+        if (position == 0) tensors.memory = nextTokens();
+        noteLanguage(fed);
+        const auto& tokens = std::any_cast<const std::vector<int>&>(tensors.memory);
+        const auto promptLength = isMultilingual ? 3 : 1; // start, language, task
+        const auto next = position + static_cast<std::int32_t>(fed.size()) - promptLength;
+        if (next < 0) {
+            logitOf(languageToken("fr")) = 0;
+            logitOf(languageToken("de")) = germanLogit;
+        } else {
+            logitOf(tokens[std::min(static_cast<std::size_t>(next), tokens.size() - 1)]) = 0;
+        }
+        if (position == 0) logitOf(tokenizer.special().noSpeechToken) = silenceLogit;
+    }
+
+    void noteLanguage(std::span<const std::int32_t> fed) {
+        const std::scoped_lock guard(lock);
+        for (const auto& [code, token] : tokenizer.languageTokens())
+            if (std::ranges::find(fed, token) != fed.end()) fedLanguages.push_back(code);
+    }
+
+    const Tokenizer tokenizer = test::tinyTokenizer();
+    const bool isMultilingual;
+    mutable std::mutex lock;
+    std::deque<std::string> texts;
+    std::vector<std::string> fedLanguages;
+};
+
+} // namespace tavrin

@@ -1,0 +1,100 @@
+#include "meeting/WhisperTranscriptionEngine.h"
+
+#include "meeting/BritishSpelling.h"
+#include "meeting/EnglishSpellingPreference.h"
+#include "meeting/TranscriptionSpeechLanguage.h"
+#include "meeting/WhisperTranscriptionError.h"
+#include "meeting/WindowedTranscription.h"
+#include "support/async/RunOn.h"
+
+#include <utility>
+
+namespace tavrin {
+
+namespace {
+
+using Language = TranscriptionSpeechLanguage;
+
+/// What a transcription is to do, as settled when it was asked for.
+struct Request {
+    std::vector<float> samples;
+    Language language = Language::english;
+    EnglishSpellingPreference spelling = EnglishSpellingPreference::british;
+    bool suppressBlank = false;
+    float noSpeechThreshold = 0;
+};
+
+constexpr float usualNoSpeechThreshold = 0.6F;
+
+DecodingOptions decodingOptions(const Request& request, bool isMultilingual) {
+    const bool detects = isMultilingual && request.language == Language::automatic;
+    const auto language = isMultilingual && !detects ? request.language : Language::english;
+    return {.task = DecodingTask::transcribe,
+            .language = std::string(rawValue(language)),
+            .temperature = 0.0F,
+            .temperatureIncrementOnFallback = 0.2F,
+            .temperatureFallbackCount = 5,
+            .topK = 5,
+            .usePrefillPrompt = true,
+            .usePrefillCache = true,
+            .detectLanguage = detects,
+            .windowClipTime = 1.0F,
+            .suppressBlank = request.suppressBlank,
+            .compressionRatioThreshold = 2.4F,
+            .logProbThreshold = -1.0F,
+            .firstTokenLogProbThreshold = -1.5F,
+            .noSpeechThreshold = request.noSpeechThreshold};
+}
+
+std::string transcribeRequest(SpeechPipeline& pipeline, const Request& request, const std::stop_token& stop) {
+    const SpeechModels& models = pipeline.models();
+    const DecodingOptions options = decodingOptions(request, models.config.isMultilingual);
+    const auto goesOn = [&](const TranscriptionProgress&) { return std::optional(!stop.stop_requested()); };
+    return transcribeInWindows(request.samples, [&](std::span<const float> window) {
+        std::string text;
+        if (stop.stop_requested() || !models.hearsSpeech(window)) return text;
+        for (const auto& result : pipeline.transcribe(window, options, goesOn))
+            for (const auto& segment : result.segments)
+                text += segment.text;
+        return text;
+    });
+}
+
+std::string spelled(std::string text, const Request& request) {
+    const bool mayBeEnglish = request.language == Language::automatic || request.language == Language::english;
+    if (!mayBeEnglish || request.spelling != EnglishSpellingPreference::british) return text;
+    return britishSpelling(text);
+}
+
+} // namespace
+
+WhisperTranscriptionEngine::WhisperTranscriptionEngine(Options options, Dependencies dependencies)
+    : use(std::move(dependencies)),
+      pipeline(std::make_shared<RecoveringPipeline>(std::move(options), use.models, use.cacheGuard)) {}
+
+Task<void> WhisperTranscriptionEngine::ensureLoaded() {
+    expectCurrent(use.main);
+    if (isLoaded()) co_return;
+    auto folder = use.resolveModelFolder();
+    if (!folder) throw WhisperTranscriptionError(WhisperTranscriptionError::Reason::notInstalled);
+    co_await runOn(use.worker, [shared = pipeline, path = *std::move(folder)](const std::stop_token&) {
+        shared->ensureLoaded(path);
+    });
+}
+
+Task<std::string> WhisperTranscriptionEngine::transcribe(std::vector<float> samples, bool suppressBlank,
+                                                         std::optional<float> noSpeechThreshold) {
+    expectCurrent(use.main);
+    Request request{.samples = std::move(samples),
+                    .language = transcriptionSpeechLanguage(use.preferences),
+                    .spelling = englishSpellingPreference(use.preferences),
+                    .suppressBlank = suppressBlank,
+                    .noSpeechThreshold = noSpeechThreshold.value_or(usualNoSpeechThreshold)};
+    auto work = [shared = pipeline, request = std::move(request)](const std::stop_token& stop) {
+        const auto transcribeWith = [&](SpeechPipeline& loaded) { return transcribeRequest(loaded, request, stop); };
+        return spelled(shared->perform(transcribeWith, stop), request);
+    };
+    co_return co_await runOn(use.worker, std::move(work));
+}
+
+} // namespace tavrin

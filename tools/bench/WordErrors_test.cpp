@@ -1,0 +1,73 @@
+#include "bench/WordErrors.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrin {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+TEST(WordErrors, spelling_does_not_count) {
+    const std::vector<std::pair<std::string, Words>> table{
+        {"", {}},
+        {" ... - !", {}},
+        {"He said: \u201cDon\u2019t!\u201d", {"he", "said", "dont"}},
+        {"ill-disposed", {"ill", "disposed"}},
+        {"MR. John", {"mister", "john"}},
+        {"Tom & Jerry, 5%", {"tom", "and", "jerry", "five", "percent"}},
+        {"the harbour", {"the", "harbor"}},
+        {"a caf\u00e9", {"a", "caf\u00e9"}},
+    };
+    for (const auto& [text, words] : table)
+        EXPECT_EQ(comparableWords(text), words) << text;
+}
+
+TEST(WordErrors, numbers_are_words) {
+    const std::vector<std::pair<std::string, Words>> table{
+        {"0", {"zero"}},
+        {"4 queens, 5-5", {"four", "queens", "five", "five"}},
+        {"19 20 21", {"nineteen", "twenty", "twenty", "one"}},
+        {"100 305", {"one", "hundred", "three", "hundred", "five"}},
+        {"1,205", {"one", "thousand", "two", "hundred", "five"}},
+        {"60,000", {"sixty", "thousand"}},
+        {"1st 2nd 3rd 8th 12th 20th 21st",
+         {"first", "second", "third", "eighth", "twelfth", "twentieth", "twenty", "first"}},
+        {"1000000", {"1000000"}},
+        {"3pm", {"3pm"}},
+    };
+    for (const auto& [text, words] : table)
+        EXPECT_EQ(comparableWords(text), words) << text;
+}
+
+TEST(WordErrors, the_fewest_changes_count) {
+    struct Row {
+        std::string said, heard;
+        std::size_t words, errors;
+    };
+    for (const auto& [said, heard, words, errors] : std::vector<Row>{
+             {"go forward ten meters", "Go forward 10 metres.", 4, 0},
+             {"a b c d", "a x c d", 4, 1},
+             {"a b c d", "a c d", 4, 1},
+             {"a b c d", "a b b c d e", 4, 2},
+             {"a b c d", "b c d a", 4, 2},
+             {"a b c", "", 3, 3},
+             {"", "you", 0, 1},
+         }) {
+        const auto found = wordErrors(said, heard);
+        EXPECT_EQ(found.words, words) << said << " / " << heard;
+        EXPECT_EQ(found.errors, errors) << said << " / " << heard;
+    }
+}
+
+TEST(WordErrors, sets_are_weighed_by_their_words) {
+    WordErrors sum;
+    EXPECT_EQ(sum.percent(), 0);
+    sum += {.words = 1, .errors = 1};
+    sum += {.words = 99, .errors = 2};
+    EXPECT_DOUBLE_EQ(sum.percent(), 3.0);
+}
+
+} // namespace
+
+} // namespace tavrin
