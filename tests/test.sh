@@ -4,6 +4,7 @@
 long=${1:-}
 material=$cache/speech
 quietly "Making speech and noise for the tests" tests/material.sh "$material"
+speech_weights
 speech_model "$cache/models-full/openai_whisper-base" --precision full
 
 export TAVRIN_TEST_MODEL=$models/openai_whisper-base
@@ -12,7 +13,7 @@ export TAVRIN_TEST_DATA=$PWD/tests/data
 export TAVRIN_TEST_CLIPS=/usr/share/pocketsphinx/test/data
 export TAVRIN_TEST_SPEECH=$material
 export TAVRIN_TEST_LONG=$long
-export TAVRIN_WHEELS=$cache/downloads/wheels
+export TAVRIN_WHEELS=$wheels
 export TAVRIN_TEST_PYTHON=$python
 
 build release all
@@ -44,6 +45,7 @@ for fuzzer in build/asan/bin/*_fuzzer; do
   suite "fuzzing: $(basename "$fuzzer")" tests/fuzz.sh "$fuzzer" "${long:+300}"
 done
 suite "model tools" "$python" tools/models/test_packs.py
+suite "fuzzing: weight files" "$python" tools/models/fuzz_weights.py "${long:+300}"
 suite "recognition with real models" ctest --test-dir build/release -L models --output-on-failure
 suite "the command line" tests/transcribe/command_line.sh build/release/bin/tavrin-transcribe
 

@@ -61,7 +61,7 @@ def read_container(data: bytes, folder: Path) -> None:
 
 
 def main() -> int:
-    seconds = float(sys.argv[1]) if len(sys.argv) > 1 else 10
+    seconds = float(sys.argv[1]) if sys.argv[1:] and sys.argv[1] else 10
     seed = int(sys.argv[2]) if len(sys.argv) > 2 else 0
     end, tried, refused = time.monotonic() + seconds, 0, 0
     with tempfile.TemporaryDirectory() as name:
