@@ -37,7 +37,7 @@ suite() {
   rm -f "$log"
 }
 
-export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 TSAN_OPTIONS=halt_on_error=1
+export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 TSAN_OPTIONS=halt_on_error=1:suppressions=$PWD/tests/tsan.supp
 suite "edges between folders" python3 tests/edges.py
 suite "unit tests, address and undefined behaviour" ctest --test-dir build/asan -L unit -j "$(nproc)" --output-on-failure
 suite "unit tests, threads" ctest --test-dir build/tsan -L threads -j "$(nproc)" --output-on-failure

@@ -110,7 +110,7 @@ TEST_F(WhisperTranscriptionEngineTest, recoveries_are_counted_over_the_launch_an
     EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "e5rt");
     EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "three");
 
-    WhisperTranscriptionEngine other({.modelVariant = "base", .threads = 1}, engineOn(worker));
+    WhisperTranscriptionEngine other({.modelVariant = "base", .threads = 2}, engineOn(worker));
     ASSERT_EQ(endOf(other.ensureLoaded()), "done");
     runtime.failNextRuns(decoder, {"e5rt"});
     runtime.failNextLoads(decoder, {"a", "b", "gone"});
