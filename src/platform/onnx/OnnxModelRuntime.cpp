@@ -255,8 +255,8 @@ std::shared_ptr<ModelGraph> OnnxModelRuntime::load(const std::filesystem::path& 
         options.SetExecutionMode(ORT_SEQUENTIAL);
         options.SetGraphOptimizationLevel(ORT_ENABLE_ALL);
         options.DisableCpuMemArena();
-        // A pattern puts all of a run's intermediate tensors into one block. Without an arena that block comes fresh from
-        // the kernel at every run, page by page: a decoder step then takes almost twice as long.
+        // A pattern puts all of a run's intermediate tensors into one block. Without an arena that block comes fresh
+        // from the kernel at every run, page by page: a decoder step then takes almost twice as long.
         options.DisableMemPattern();
         options.AddConfigEntry("session.intra_op.allow_spinning", "0");
         options.AddConfigEntry("session.inter_op.allow_spinning", "0");
