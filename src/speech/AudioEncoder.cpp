@@ -45,7 +45,7 @@ std::vector<std::uint16_t> joined(const std::vector<std::uint16_t>& begin, const
 } // namespace
 
 AudioEncoder::AudioEncoder(std::shared_ptr<const ModelGraph> encoder, std::size_t positions, bool needsEmbeds,
-                           std::string file)
+                           const std::string& file)
     : graph(std::move(encoder)), windowPositions(positions) {
     const auto input = indexOf(graph->inputs(), "melspectrogram_features");
     const auto embeds = indexOf(graph->outputs(), "encoder_output_embeds");

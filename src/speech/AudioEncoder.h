@@ -33,7 +33,8 @@ struct EncodedWindow {
 class AudioEncoder final {
 public:
     /// `needsEmbeds`: the decoder takes the encoder's output itself. Throws SpeechError if `graph` is no encoder.
-    AudioEncoder(std::shared_ptr<const ModelGraph> graph, std::size_t positions, bool needsEmbeds, std::string file);
+    AudioEncoder(std::shared_ptr<const ModelGraph> graph, std::size_t positions, bool needsEmbeds,
+                 const std::string& file);
 
     /// Feature frames that audio of `samples` needs with the short context; the whole window's when that is no shorter.
     [[nodiscard]] std::size_t framesFor(std::size_t samples, bool shortContext) const noexcept;

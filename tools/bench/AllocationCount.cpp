@@ -31,6 +31,7 @@ AllocationCount::Pause::~Pause() {
 } // namespace tavrin
 
 // The linker sends this program's own calls here (--wrap) and gives the real ones under the other name.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker chooses the names
 extern "C" {
 void* __real_malloc(std::size_t bytes);
 void* __real_calloc(std::size_t count, std::size_t bytes);
@@ -55,6 +56,7 @@ void* __wrap_realloc(void* memory, std::size_t bytes) {
     return __real_realloc(memory, bytes);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 // The forms for arrays and without exceptions call these two.
 

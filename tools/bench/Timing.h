@@ -3,6 +3,7 @@
 #include "speech/TranscriptionTimings.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 namespace tavrin {
@@ -25,9 +26,9 @@ template <typename Work>
 /// Median seconds of `count` times `work`.
 template <typename Work>
 [[nodiscard]] double medianSeconds(int count, Work&& work) {
-    std::vector<double> seconds;
-    for (int i = 0; i < count; ++i)
-        seconds.push_back(secondsOf(work));
+    std::vector<double> seconds(static_cast<std::size_t>(count));
+    for (double& one : seconds)
+        one = secondsOf(work);
     return median(std::move(seconds));
 }
 
