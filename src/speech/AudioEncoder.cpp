@@ -28,9 +28,9 @@ void bind(ModelRun& run, std::size_t index, std::vector<Element>& data, std::ini
 }
 
 /// For each head, the rows of `begin` followed by the later rows of `rest`.
-std::vector<std::uint16_t> joined(const std::vector<std::uint16_t>& begin, const std::vector<std::uint16_t>& rest,
-                                  std::size_t heads) {
-    std::vector<std::uint16_t> result(rest.size());
+std::vector<std::byte> joined(const std::vector<std::byte>& begin, const std::vector<std::byte>& rest,
+                              std::size_t heads) {
+    std::vector<std::byte> result(rest.size());
     const std::size_t beginRow = begin.size() / heads, row = rest.size() / heads;
     for (std::size_t head = 0; head < heads; ++head) {
         const auto to = result.begin() + static_cast<std::ptrdiff_t>(head * row);
@@ -60,10 +60,12 @@ AudioEncoder::AudioEncoder(std::shared_ptr<const ModelGraph> encoder, std::size_
         const auto value = indexOf(graph->outputs(), "cross_value_" + std::to_string(layer));
         if (!key || !value) break;
         const TensorInfo& info = graph->outputs()[*key];
-        if (info.type != ElementType::float16 || info.shape.size() != 4 || info.shape[1] <= 0 || info.shape[3] <= 0)
+        const bool isFloat = info.type == ElementType::float16 || info.type == ElementType::float32;
+        if (!isFloat || info.shape.size() != 4 || info.shape[1] <= 0 || info.shape[3] <= 0)
             throw SpeechError(file + ": \"" + info.name + "\" has an unknown form");
         heads = static_cast<std::size_t>(info.shape[1]);
         headSize = static_cast<std::size_t>(info.shape[3]);
+        headBytes = headSize * elementSize(info.type);
         layers.push_back({*key, *value});
     }
 }
@@ -88,8 +90,8 @@ EncodedWindow AudioEncoder::encodeFrames(std::span<const float> features, std::s
                                             static_cast<std::int64_t>(frames)};
     run->bindInput(featureInput, features.data(), features.size_bytes(), shape);
     for (const auto& [keyOutput, valueOutput] : layers) {
-        auto& keys = window.crossKeys.emplace_back(heads * window.positions * headSize);
-        auto& values = window.crossValues.emplace_back(heads * window.positions * headSize);
+        auto& keys = window.crossKeys.emplace_back(heads * window.positions * headBytes);
+        auto& values = window.crossValues.emplace_back(heads * window.positions * headBytes);
         bind(*run, keyOutput, keys, {1, heads, window.positions, headSize});
         bind(*run, valueOutput, values, {1, heads, window.positions, headSize});
     }

@@ -15,8 +15,8 @@ namespace tavrin {
 /// What the decoder sees of one window of audio.
 struct EncodedWindow {
     std::size_t positions = 0;
-    /// Per decoder layer, half floats [heads, positions, 64]. Empty if the encoder gives none.
-    std::vector<std::vector<std::uint16_t>> crossKeys, crossValues;
+    /// Per decoder layer, floats or half floats [heads, positions, 64]. Empty if the encoder gives none.
+    std::vector<std::vector<std::byte>> crossKeys, crossValues;
     /// [positions, width]; only where the decoder asks for it.
     std::vector<float> embeds;
     /// Encoded with the short context, completed with silence.
@@ -61,7 +61,9 @@ private:
     std::size_t featureInput = 0;
     std::optional<std::size_t> embedsOutput;
     std::vector<Layer> layers;
-    std::size_t heads = 0, headSize = 0, width = 0;
+    std::size_t heads = 0, width = 0;
+    std::size_t headBytes = 0; ///< of one position of one head in a cross tensor
+    std::size_t headSize = 0;
     mutable std::mutex silenceLock;
     mutable std::optional<EncodedWindow> silentWindow;
 };

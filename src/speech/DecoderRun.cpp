@@ -31,7 +31,7 @@ public:
     [[nodiscard]] std::vector<std::size_t> all(const std::string& prefix) const {
         std::vector<std::size_t> found;
         while (const auto index = find(prefix + std::to_string(found.size())))
-            found.push_back(need(features[*index].name, ElementType::float16, 4));
+            found.push_back(need(features[*index].name, features[*index].type, 4));
         return found;
     }
 

@@ -106,7 +106,7 @@ def _parser() -> argparse.ArgumentParser:
 
     def making(sub: argparse.ArgumentParser) -> None:
         sub.add_argument("--precision", choices=("pack", "full"), default="pack")
-        sub.add_argument("--cross", choices=tuple(CROSS_TYPES), default="half", help="type of the cross tensors")
+        sub.add_argument("--cross", choices=tuple(CROSS_TYPES), default="float", help="type of the cross tensors")
         sub.add_argument("--blocks", action="append", default=[], metavar="NAME",
                          help="an encoder linear to hold in 8-bit blocks, as encoder/layer_3/ffn/linear_1; repeatable")
         sub.add_argument("--vad-wheel", type=Path, metavar="FILE")

@@ -183,7 +183,7 @@ class DecoderContract(unittest.TestCase):
             self.assertEqual({node.name: node.type for node in graph.get_inputs()}, {
                 "input_ids": "tensor(int32)", "cache_length": "tensor(int32)", "key_cache": "tensor(float)",
                 "value_cache": "tensor(float)", "decoder_key_padding_mask": "tensor(float)",
-                **{name: "tensor(float16)" for name in cross}})
+                **{name: "tensor(float)" for name in cross}})
             self.assertEqual({node.name for node in graph.get_outputs()}, {
                 "logits", "key_cache_updates", "value_cache_updates", "alignment_heads_weights"})
 

@@ -218,8 +218,8 @@ void* openLibrary(const std::filesystem::path& wanted) {
 
 struct OnnxModelRuntime::Library {
     explicit Library(const std::filesystem::path& wanted) {
-        // A run's tensors of some megabytes come from the heap and stay there for the next run. By default each would be
-        // fetched from the kernel, page by page, and given back: half of the time of a decoder step.
+        // A run's tensors of some megabytes come from the heap and stay there for the next run. By default each would
+        // be fetched from the kernel, page by page, and given back: half of the time of a decoder step.
         mallopt(M_MMAP_THRESHOLD, 32 << 20);
         mallopt(M_TRIM_THRESHOLD, 64 << 20);
         // Never closed: the library's own threads and thread-local data may outlive any moment we could choose.
