@@ -45,8 +45,10 @@ int GreedyTokenSampler::draw(std::span<float> logits, float logSum) {
     for (auto& [value, token] : candidates)
         sum += value = std::exp(value - logSum);
     float rest = std::uniform_real_distribution<float>(0, sum)(generator);
-    for (const auto& [probability, token] : candidates)
-        if ((rest -= probability) < 0) return token;
+    for (const auto& [probability, token] : candidates) {
+        rest -= probability;
+        if (rest < 0) return token;
+    }
     return candidates.front().second;
 }
 

@@ -69,7 +69,7 @@ TEST(ModelConfig, reads_its_sizes_and_refuses_garbage) {
     EXPECT_EQ(config.decoderLayers, 6U);
     EXPECT_THROW(config.checkTokenizer(test::tinyTokenizer(), "tokenizer.json"), SpeechError);
 
-    const auto changed = [&](std::string from, const std::string& to) {
+    const auto changed = [&](const std::string& from, const std::string& to) {
         return std::string(good).replace(good.find(from), from.size(), to);
     };
     for (const auto& text : {std::string("nonsense"), std::string("{}"), changed("\"heads\": 8", "\"heads\": -8"),

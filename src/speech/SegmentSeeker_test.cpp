@@ -3,16 +3,20 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace tavrin {
 
 namespace {
 
 class SegmentSeekerTest : public testing::Test {
 protected:
-    int at(double seconds) const { return tokenizer.special().timeTokenBegin + static_cast<int>(seconds * 50 + 0.5); }
+    int at(double seconds) const {
+        return tokenizer.special().timeTokenBegin + static_cast<int>(std::lround(seconds * 50));
+    }
 
     SegmentSeeker::Found find(std::vector<int> tokens, bool hitLimit = false, std::size_t segmentSize = 480'000,
-                              DecodingOptions options = {}) const {
+                              const DecodingOptions& options = {}) const {
         DecodingResult result{.tokens = std::move(tokens), .hitLimit = hitLimit};
         result.tokenLogProbs.resize(result.tokens.size(), -0.1F);
         return SegmentSeeker(tokenizer).findSeekPointAndSegments(result, options, {160'000, segmentSize, 7});

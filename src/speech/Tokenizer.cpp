@@ -188,7 +188,7 @@ void Tokenizer::findSpecialTokens(const std::string& name) {
     s.timeTokenBegin = s.noTimestampsToken + 1;
     // Older files end before the time tokens, which follow in order all the same.
     for (int step = 0; step < timeTokenCount; ++step) {
-        const auto id = static_cast<std::size_t>(s.timeTokenBegin + step);
+        const std::size_t id = static_cast<std::size_t>(s.timeTokenBegin) + static_cast<std::size_t>(step);
         if (bytesOfId.size() <= id) bytesOfId.resize(id + 1);
         if (bytesOfId[id].empty()) bytesOfId[id] = timeText(step);
         if (bytesOfId[id] != timeText(step)) fail(name, "the time tokens are not in order");

@@ -133,7 +133,7 @@ protected:
     }
 
     int at(double seconds) const {
-        return models->tokenizer.special().timeTokenBegin + static_cast<int>(seconds * 50 + 0.5);
+        return models->tokenizer.special().timeTokenBegin + static_cast<int>(std::lround(seconds * 50));
     }
 
     TranscriptionResult run(const std::vector<float>& audio, const DecodingOptions& options = {},

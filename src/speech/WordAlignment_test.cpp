@@ -10,9 +10,9 @@ namespace {
 
 TEST(WordAlignment, the_path_follows_the_cheap_cells) {
     // Rows 0, 1, 2 are cheap in columns 0-2, 3-4, 5-6.
-    std::vector<float> cost(3 * 7, 1.0F);
-    for (const auto& [row, column] : {std::pair{0, 0}, {0, 1}, {0, 2}, {1, 3}, {1, 4}, {2, 5}, {2, 6}})
-        cost[static_cast<std::size_t>(row * 7 + column)] = 0.0F;
+    std::vector<float> cost(21, 1.0F);
+    for (const auto& [row, column] : {std::pair{0UL, 0UL}, {0, 1}, {0, 2}, {1, 3}, {1, 4}, {2, 5}, {2, 6}})
+        cost[row * 7 + column] = 0.0F;
     EXPECT_EQ(warpedStarts(cost, 3, 7), (std::vector<std::size_t>{0, 3, 5}));
     EXPECT_EQ(warpedStarts(std::vector<float>(4, 1.0F), 4, 1), (std::vector<std::size_t>{0, 0, 0, 0}));
     EXPECT_THROW((void)warpedStarts(cost, 4, 7), SpeechError);
