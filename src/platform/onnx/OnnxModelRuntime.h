@@ -9,8 +9,9 @@ namespace tavrin {
 
 /// `ModelRuntime` over ONNX Runtime, whose library is opened at run time so that one program runs on several versions.
 ///
-/// Graphs run on the processor, `threads` workers each, which do not spin while idle. Memory arenas are off: a
-/// transcription's working memory goes back when it ends.
+/// Graphs run on the processor, `threads` workers each, which stay awake for half a millisecond after a run and then
+/// sleep. Memory arenas are off; what a run computed in stays in the program's heap for the next one, for which the
+/// constructor raises the allocator's thresholds for the whole process.
 class OnnxModelRuntime final : public ModelRuntime {
 public:
     /// Opens `library`, or, if it is empty, the first of: the file that the environment names in TAVRIN_ONNXRUNTIME,
