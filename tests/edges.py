@@ -17,7 +17,12 @@ MAY_USE = {
     "platform/fake": {"platform", "support"},
     "speech": {"platform", "support"},
     "dictation/text": {"support"},
-    "meeting": {"speech", "dictation/text", "platform", "support"},
+    "audio": {"platform", "support"},
+    "server": {"platform", "support"},
+    "meeting": {"speech", "audio", "server", "dictation/text", "platform", "support"},
+    "ui": {"meeting", "speech", "audio", "server", "dictation/text", "platform", "support"},
+    "app": {"ui", "meeting", "speech", "audio", "server", "dictation/text", "platform", "platform/linux",
+            "platform/onnx", "support"},
 }
 # Tests may script the ports.
 TESTS_MAY_USE = {"platform/fake"}
