@@ -40,7 +40,7 @@ struct TranscriptSegment : MeetingSegmentDraft {
 inline bool isMeLine(const MeetingSegmentDraft& line) {
     if (line.themSpeakerIndex) return false;
     const std::string_view label = line.speakerLabel;
-    return line.meSpeakerIndex || label == meLabel || label.starts_with("Me ") || label.starts_with("Me·");
+    return line.meSpeakerIndex || label == meLabel || label.starts_with("Me ");
 }
 
 } // namespace tavrin
