@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <span>
 #include <stdexcept>
@@ -22,5 +24,9 @@ public:
     /// The end of the stream: appends what was held back.
     virtual void finish(std::vector<float>& output) = 0;
 };
+
+/// Makes a converter to one channel: from rate and channels, to a rate. Throws SampleRateError. Any thread.
+using SampleRateConverterFactory =
+    std::function<std::unique_ptr<SampleRateConverter>(double inputRate, std::size_t channels, double outputRate)>;
 
 } // namespace tavrin

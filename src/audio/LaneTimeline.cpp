@@ -1,0 +1,29 @@
+#include "audio/LaneTimeline.h"
+
+#include "audio/PcmFormat.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tavrin {
+
+std::int64_t LaneTimeline::lag(const AudioBuffer& buffer, std::int64_t ahead) const {
+    const double length = static_cast<double>(buffer.frames()) / buffer.format.sampleRate;
+    const double begin = std::chrono::duration<double>(buffer.end - start).count() - length;
+    return std::llround((begin * pcmSampleRate) - position) - ahead;
+}
+
+std::int64_t LaneTimeline::drift(const AudioBuffer& buffer) {
+    const std::int64_t late = lag(buffer, 0);
+    if (!windowEnd) {
+        windowEnd = after(buffer.end, window);
+        earliest = late;
+        return 0;
+    }
+    earliest = std::min(earliest, late);
+    if (buffer.end < *windowEnd) return 0;
+    windowEnd.reset();
+    return earliest > tolerance ? earliest : 0;
+}
+
+} // namespace tavrin

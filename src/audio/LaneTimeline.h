@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/AudioBuffer.h"
+#include "support/time/Time.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace tavrin {
+
+/// Says how much silence a lane needs in front of a buffer, so that its samples stay where the clock says: both lanes
+/// of a meeting then lie on one time line, whatever their devices lost.
+///
+/// Times of single buffers are late by whatever held them up, never early, so a place is taken from the earliest of
+/// several buffers. After the start and after a gap, buffers are to be held back for `settlingTime` until one is known.
+/// Thread: none of its own.
+class LaneTimeline final {
+public:
+    static constexpr Duration settlingTime = std::chrono::milliseconds(300);
+    static constexpr Duration longestSettling = std::chrono::seconds(10);
+    /// A buffer later than this follows a gap, whether the device said so or not.
+    static constexpr std::int64_t jump = 8'000; // half a second
+    /// A lane that runs late by less is left alone.
+    static constexpr std::int64_t tolerance = 480; // 30 ms
+    /// How long the earliest buffer is looked for while sound flows.
+    static constexpr Duration window = std::chrono::seconds(5);
+
+    /// Sample 0 of the lane is what sounds at `origin`.
+    explicit LaneTimeline(SteadyInstant origin) : start(origin) {}
+
+    /// The buffer was over before the time line began.
+    [[nodiscard]] bool isBefore(const AudioBuffer& buffer) const { return buffer.end <= start; }
+
+    /// How many samples of 16 kHz the buffer's first frame lies behind where the lane stands, `ahead` samples of
+    /// earlier buffers being held back.
+    [[nodiscard]] std::int64_t lag(const AudioBuffer& buffer, std::int64_t ahead) const;
+
+    /// Samples went into the lane: sound or silence.
+    void advance(double samples) { position += samples; }
+
+    /// Looks at a buffer of steady sound; now and then gives the silence that has been missing for a whole window.
+    std::int64_t drift(const AudioBuffer& buffer);
+
+    /// The device came back or lost sound: what was seen so far says nothing any more.
+    void forgetWindow() { windowEnd.reset(); }
+
+private:
+    SteadyInstant start;
+    double position = 0; // samples of 16 kHz
+    std::optional<SteadyInstant> windowEnd;
+    std::int64_t earliest = 0;
+};
+
+} // namespace tavrin
