@@ -12,7 +12,6 @@ step() {
 mapfile -t sources < <(git ls-files -co --exclude-standard '*.cpp' '*.h')
 mapfile -t units < <(git ls-files -co --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'tests/*.cpp' | grep -v '^tests/fuzz/')
 
-tidy() { printf '%s\n' "${units[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy-19 -quiet -p build/release; }
 no_foreign_places() {
   # No folder of somebody's machine, no address beyond this one.
   ! { git grep -nIE '(^|[^a-z/.])/(root|work|var/tmp)/' -- . ':!tests/check.sh'
@@ -28,6 +27,6 @@ step "edges between folders" python3 tests/edges.py
 step "duplicate blocks" python3 tests/duplicates.py
 step "no path or host of one machine" no_foreign_places
 step "no file that is too long" short_files
-step "clang-tidy" tidy
+step "clang-tidy" python3 tests/tidy.py build/release "${units[@]}"
 [ "$faults" = 0 ] || die "$faults faults"
 say "all clean"
