@@ -8,7 +8,9 @@ namespace tavrin {
 
 PulseAudioDevices::PulseAudioDevices(PulseServer& connection) : server(connection) {}
 
-PulseAudioDevices::~PulseAudioDevices() { onChange({}); }
+PulseAudioDevices::~PulseAudioDevices() {
+    onChange({});
+}
 
 std::vector<AudioDevice> PulseAudioDevices::inputs() const {
     std::vector<AudioDevice> found;
@@ -19,7 +21,8 @@ std::vector<AudioDevice> PulseAudioDevices::inputs() const {
 
 std::vector<AudioDevice> PulseAudioDevices::outputs() const {
     std::vector<AudioDevice> found;
-    for (const auto snapshot = server.snapshot(); const auto& sink : snapshot->sinks) found.push_back(sink.device);
+    for (const auto snapshot = server.snapshot(); const auto& sink : snapshot->sinks)
+        found.push_back(sink.device);
     return found;
 }
 
@@ -42,14 +45,17 @@ void PulseAudioDevices::onChange(std::function<void()> changed) {
         teller.join();
         isEnding = false;
     }
-    if (changed) teller = std::thread([this, listener = std::move(changed)] { tell(listener); });
+    if (!changed) return;
+    teller = std::thread([this, known = server.snapshot(), listener = std::move(changed)] { tell(known, listener); });
 }
 
-void PulseAudioDevices::tell(const std::function<void()>& changed) {
+void PulseAudioDevices::tell(std::shared_ptr<const PulseSnapshot> known, const std::function<void()>& changed) {
     const auto isOver = [this] { return isEnding.load(); };
-    for (auto known = server.snapshot();; known = server.snapshot()) {
+    while (true) {
         server.waitForChange(known, isOver);
         if (isOver()) return;
+        // Taken first: what changes while the listener runs is told by another call.
+        known = server.snapshot();
         changed();
     }
 }

@@ -3,11 +3,13 @@
 #include "platform/AudioDevices.h"
 
 #include <atomic>
+#include <memory>
 #include <thread>
 
 namespace tavrin {
 
 class PulseServer;
+struct PulseSnapshot;
 
 /// `AudioDevices` from what a PulseServer was last told.
 class PulseAudioDevices final : public AudioDevices {
@@ -24,7 +26,7 @@ public:
     void onChange(std::function<void()> changed) override;
 
 private:
-    void tell(const std::function<void()>& changed);
+    void tell(std::shared_ptr<const PulseSnapshot> known, const std::function<void()>& changed);
 
     PulseServer& server;
     std::atomic<bool> isEnding = false;

@@ -9,7 +9,9 @@ namespace tavrin {
 
 namespace {
 
-std::string text(const char* given) { return given == nullptr ? std::string() : std::string(given); }
+std::string text(const char* given) {
+    return given == nullptr ? std::string() : std::string(given);
+}
 
 /// Names such as @DEFAULT_SOURCE@ stand for a device that the server would choose; only a real name will do.
 std::string resolved(const char* given) {
@@ -77,8 +79,8 @@ struct PulseInventory::Callbacks {
         auto* inventory = static_cast<PulseInventory*>(self);
         if (end != 0 || info == nullptr) return inventory->finish(context, end > 0);
         auto device = describe(*info);
-        device.isMonitor = info->monitor_of_sink != PA_INVALID_INDEX ||
-                           property(info->proplist, PA_PROP_DEVICE_CLASS) == "monitor";
+        device.isMonitor =
+            info->monitor_of_sink != PA_INVALID_INDEX || property(info->proplist, PA_PROP_DEVICE_CLASS) == "monitor";
         inventory->gathered.sources.push_back(std::move(device));
     }
 };
@@ -92,7 +94,9 @@ void PulseInventory::refresh(pa_context* context) {
         ask(context);
 }
 
-void PulseInventory::forget() { isAsking = askAgain = false; }
+void PulseInventory::forget() {
+    isAsking = askAgain = false;
+}
 
 void PulseInventory::ask(pa_context* context) {
     gathered = {};

@@ -18,7 +18,9 @@ constexpr Logger log{"sound"};
 constexpr Duration connectLimit = 2s, answerLimit = 2500ms, askEvery = 1s, retryEvery = 1s, firstAnswer = 500ms;
 constexpr pa_usec_t tickMicroseconds = 500'000;
 
-SteadyInstant now() { return SystemSteadyClock().now(); }
+SteadyInstant now() {
+    return SystemSteadyClock().now();
+}
 
 } // namespace
 
@@ -54,8 +56,12 @@ struct PulseServer::Callbacks {
     static void timer(pa_mainloop_api*, pa_time_event*, const timeval*, void* self) { of(self).tick(); }
 };
 
-PulseServer::Lock::Lock(PulseServer& server) : loop(server.loop) { pa_threaded_mainloop_lock(loop); }
-PulseServer::Lock::~Lock() { pa_threaded_mainloop_unlock(loop); }
+PulseServer::Lock::Lock(PulseServer& server) : loop(server.loop) {
+    pa_threaded_mainloop_lock(loop);
+}
+PulseServer::Lock::~Lock() {
+    pa_threaded_mainloop_unlock(loop);
+}
 
 PulseServer::PulseServer()
     : loop(pa_threaded_mainloop_new()), inventory([this](PulseSnapshot told) { accept(std::move(told)); }) {
@@ -108,15 +114,23 @@ void PulseServer::waitForChange(const std::shared_ptr<const PulseSnapshot>& know
 
 void PulseServer::wake() {
     // Whoever has looked at the condition and not yet begun to wait holds the mutex.
-    { const std::scoped_lock guard(mutex); }
+    {
+        const std::scoped_lock guard(mutex);
+    }
     changed.notify_all();
 }
 
-pa_context* PulseServer::connection() const { return status == Status::connected ? context : nullptr; }
+pa_context* PulseServer::connection() const {
+    return status == Status::connected ? context : nullptr;
+}
 
-void PulseServer::add(Client& client) { clients.push_back(&client); }
+void PulseServer::add(Client& client) {
+    clients.push_back(&client);
+}
 
-void PulseServer::remove(Client& client) { std::erase(clients, &client); }
+void PulseServer::remove(Client& client) {
+    std::erase(clients, &client);
+}
 
 void PulseServer::connect() {
     drop();
@@ -192,7 +206,8 @@ void PulseServer::watch(SteadyInstant now) {
 }
 
 void PulseServer::checkClients() {
-    for (Client* client : clients) client->check();
+    for (Client* client : clients)
+        client->check();
 }
 
 } // namespace tavrin

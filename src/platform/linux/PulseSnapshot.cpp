@@ -13,13 +13,17 @@ const PulseSnapshot::Device* named(const std::vector<PulseSnapshot::Device>& dev
 
 } // namespace
 
-const PulseSnapshot::Device* PulseSnapshot::speaker() const { return named(sinks, defaultSink); }
+const PulseSnapshot::Device* PulseSnapshot::speaker() const {
+    return named(sinks, defaultSink);
+}
 
 const PulseSnapshot::Device* PulseSnapshot::microphone() const {
     const Device* source = named(sources, defaultSource);
     return source != nullptr && !source->isMonitor ? source : nullptr;
 }
 
-bool PulseSnapshot::hasSource(const std::string& uid) const { return named(sources, uid) != nullptr; }
+bool PulseSnapshot::hasSource(const std::string& uid) const {
+    return named(sources, uid) != nullptr;
+}
 
 } // namespace tavrin
