@@ -1,0 +1,327 @@
+#include "meeting/TranscriptPersistence.h"
+#include "support/async/SerialExecutor.h"
+#include "support/async/TaskTestSupport.h"
+#include "support/files/FileError.h"
+#include "support/files/MemoryFolder.h"
+#include "support/log/LogCapture.h"
+
+#include <cerrno>
+#include <thread>
+
+namespace tavrin {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string id = "7B0F2C3A-0000-4000-8000-00000000ABCD";
+
+std::string textOf(const std::vector<std::byte>& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/// A tenth of a second of sound, each piece with bytes of its own.
+std::string soundPiece(int number) {
+    return std::string(3'200, static_cast<char>('a' + number % 26));
+}
+
+PersistedTranscriptSegment segmentNamed(const std::string& text) {
+    return {.speakerLabel = "Me", .text = text, .date = Date(800'000'000.25)};
+}
+
+class PersistenceTest : public TaskTest {
+protected:
+    void open() {
+        store = std::make_unique<TranscriptPersistence>(folder, id, time.main(), storage,
+                                                        [this](bool cannotSave) { told.push_back(cannotSave); });
+    }
+    void append(std::string_view pcm) { store->micPCM()->append(std::as_bytes(std::span(pcm))); }
+    std::string onDisk(const std::string& path) { return folder.info(path) ? folder.read(path, Folder::noLimit) : ""; }
+
+    template <class T>
+    T resultOf(Task<T> task) {
+        std::optional<T> result;
+        tasks->spawn([](Task<T> work, std::optional<T>& to) -> Task<void> {
+            to = co_await std::move(work);
+        }(std::move(task), result));
+        time.runUntil([&] { return result.has_value(); }, 10s);
+        return result.value();
+    }
+    std::string readBack(std::int64_t start, std::optional<std::int64_t> end) {
+        return textOf(resultOf(store->micPCM()->read(start, end)));
+    }
+    std::vector<std::string> loadedTexts() {
+        std::vector<std::string> texts;
+        for (const auto& segment : resultOf(store->loadSegments()))
+            texts.push_back(segment.text);
+        return texts;
+    }
+
+    LogCapture quiet;
+    MemoryFolder folder;
+    Executor& storage = time.addExecutor();
+    std::unique_ptr<TranscriptPersistence> store;
+    std::vector<bool> told;
+};
+
+TEST_F(PersistenceTest, opening_makes_the_folder_and_no_file_and_refuses_an_id_that_leads_elsewhere) {
+    open();
+    time.advance(5s);
+    EXPECT_THAT(folder.list("TavrinAssistant/Recordings"), IsEmpty());
+    for (const char* bad : {"", "..", "../x", "a/b", "a b", "."})
+        EXPECT_THROW(TranscriptPersistence(folder, bad, time.main(), storage), FileError) << bad;
+    folder.failNext(MemoryFolder::Step::read, EIO);
+    EXPECT_THROW(open(), FileError);
+}
+
+TEST_F(PersistenceTest, samples_are_counted_at_once_and_read_by_range_from_disk_and_memory) {
+    open();
+    append("aabbccdd");
+    EXPECT_EQ(store->micPCM()->sampleCount(), 4U);
+    time.advance(2s);
+    folder.limitCapacity(8);
+    append("eeff");
+    const std::vector<std::tuple<std::int64_t, std::optional<std::int64_t>, std::string>> table{
+        {0, std::nullopt, "aabbccddeeff"},
+        {1, 3, "bbcc"},
+        {-5, 2, "aabb"},
+        {3, 5, "ddee"},
+        {5, std::nullopt, "ff"},
+        {6, 9, ""},
+        {99, std::nullopt, ""},
+        {3, 3, ""},
+        {4, 1, ""},
+        {-9, -1, ""},
+        {4, 1LL << 62, "eeff"}};
+    for (const auto& [start, end, expected] : table)
+        EXPECT_EQ(readBack(start, end), expected) << start << " " << end.value_or(-1);
+}
+
+TEST_F(PersistenceTest, a_cut_sample_of_an_earlier_run_is_not_counted_and_later_ones_keep_their_place) {
+    folder.makeFolders("TavrinAssistant/Recordings");
+    folder.writeAtomically("TavrinAssistant/Recordings/" + id + "-me.pcm", "aabbc");
+    open();
+    EXPECT_EQ(store->micPCM()->sampleCount(), 2U);
+    append("ddx");
+    time.runUntilIdle();
+    EXPECT_EQ(onDisk(store->micPCMURL), std::string("aabbc\0dd", 8));
+}
+
+TEST_F(PersistenceTest, a_stretch_begins_at_the_same_sample_on_both_lanes) {
+    open();
+    append("aa");
+    store->themPCM()->beginStretch(3);
+    store->micPCM()->beginStretch(3);
+    store->micPCM()->beginStretch(1);
+    append("bb");
+    time.runUntilIdle();
+    EXPECT_EQ(store->themPCM()->sampleCount(), 3U);
+    EXPECT_EQ(onDisk(store->micPCMURL), std::string("aa\0\0\0\0bb", 8));
+    EXPECT_EQ(onDisk(store->themPCMURL), std::string(6, '\0'));
+}
+
+/// Capture of three seconds with the power cut after each possible step.
+TEST_F(PersistenceTest, a_power_cut_costs_at_most_a_second_of_sound_and_every_file_loads) {
+    bool wasCut = true;
+    for (std::size_t steps = 0; wasCut; ++steps) {
+        SCOPED_TRACE(steps);
+        store.reset();
+        time.advance(5s);
+        folder.removeTree("TavrinAssistant");
+        folder.makeFolders("TavrinAssistant/Recordings");
+        open();
+        const std::size_t before = folder.stepCount();
+        folder.cutPowerAfter(steps);
+        std::string given;
+        int lines = 0;
+        wasCut = false;
+        std::size_t givenAtCut = 0;
+        for (int piece = 0; piece < 30 && !wasCut; ++piece) {
+            append(soundPiece(piece));
+            given += soundPiece(piece);
+            if (piece % 10 == 5) store->appendSegment(segmentNamed(std::to_string(lines++)));
+            time.advance(100ms);
+            wasCut = folder.stepCount() - before >= steps;
+            givenAtCut = given.size();
+        }
+        folder.restart({.namesSurvive = steps % 2 == 0, .unsyncedBytesSurvive = steps % 7});
+        const std::string left = onDisk(store->micPCMURL);
+        EXPECT_TRUE(given.starts_with(left.substr(0, left.size() / 2 * 2)));
+        EXPECT_GE(left.size() + 32'000, givenAtCut);
+        const auto segments = parseSegmentsLog(onDisk(store->segmentsURL));
+        for (std::size_t i = 0; i < segments.size(); ++i)
+            EXPECT_EQ(segments[i].text, std::to_string(i));
+        EXPECT_GE(int(segments.size()) + 1, lines);
+    }
+}
+
+TEST_F(PersistenceTest, a_full_disk_is_told_once_and_nothing_is_lost_or_turned_round_when_there_is_room_again) {
+    open();
+    std::string given;
+    for (int piece = 0; piece < 300; ++piece) {
+        if (piece == 20) folder.limitCapacity(given.size() + 1'000);
+        if (piece == 20 || piece == 40) store->appendSegment(segmentNamed("line " + std::to_string(piece)));
+        if (piece == 250) folder.limitCapacity(std::nullopt);
+        append(soundPiece(piece));
+        given += soundPiece(piece);
+        time.advance(100ms);
+        if (piece == 240) EXPECT_THAT(told, ElementsAre(true));
+    }
+    EXPECT_THAT(told, ElementsAre(true, false));
+    EXPECT_EQ(store->micPCM()->sampleCount() * 2, given.size());
+    EXPECT_EQ(store->micPCM()->lostSamples(), 0U);
+    EXPECT_TRUE(onDisk(store->micPCMURL) == given);
+    EXPECT_THAT(loadedTexts(), ElementsAre("line 20", "line 40"));
+}
+
+TEST_F(PersistenceTest, beyond_a_minute_the_newest_sound_is_lost_and_becomes_silence_of_its_length) {
+    folder.limitCapacity(0);
+    open();
+    std::string expected;
+    for (int piece = 0; piece < 620; ++piece) {
+        append(soundPiece(piece));
+        expected += piece < 600 ? soundPiece(piece) : std::string(3'200, '\0');
+        time.advance(100ms);
+    }
+    EXPECT_EQ(store->micPCM()->lostSamples(), 20U * 1'600);
+    folder.limitCapacity(std::nullopt);
+    time.advance(1s);
+    append(soundPiece(1));
+    expected += soundPiece(1);
+    EXPECT_EQ(resultOf(store->flush()), true);
+    EXPECT_TRUE(onDisk(store->micPCMURL) == expected);
+}
+
+TEST_F(PersistenceTest, a_write_that_fails_half_way_and_cannot_be_taken_back_is_not_written_twice) {
+    open();
+    append("aabb");
+    time.runUntilIdle();
+    folder.limitCapacity(7);
+    folder.failNext(MemoryFolder::Step::truncate, EIO);
+    append("ccddee");
+    time.advance(500ms);
+    append("ff");
+    folder.limitCapacity(std::nullopt);
+    time.advance(1s);
+    EXPECT_EQ(onDisk(store->micPCMURL), "aabbccddeeff");
+    folder.failNext(MemoryFolder::Step::sync, EIO);
+    append("gg");
+    time.advance(3s);
+    EXPECT_EQ(onDisk(store->micPCMURL), "aabbccddeeffgg");
+    EXPECT_THAT(told, ElementsAre(true, false, true, false));
+}
+
+TEST_F(PersistenceTest, flush_says_when_the_disk_does_not_get_there_in_two_seconds) {
+    open();
+    append("aa");
+    EXPECT_TRUE(resultOf(store->flush()));
+    folder.limitCapacity(0);
+    append("bb");
+    const SteadyInstant begin = time.now();
+    EXPECT_FALSE(resultOf(store->flush()));
+    EXPECT_EQ(time.now() - begin, 2s);
+    time.stall(storage, 10s);
+    EXPECT_FALSE(resultOf(store->micPCM()->flush()));
+    EXPECT_EQ(time.now() - begin, 4s);
+}
+
+TEST_F(PersistenceTest, a_line_after_a_torn_one_stands_alone_and_a_rewrite_keeps_the_lines_that_follow_it) {
+    folder.makeFolders("TavrinAssistant/Recordings");
+    const std::string whole = segmentsLog(std::vector{segmentNamed("first"), segmentNamed("torn")});
+    folder.writeAtomically("TavrinAssistant/Recordings/" + id + "-segments.jsonl", whole.substr(0, whole.size() - 3));
+    open();
+    store->appendSegment(segmentNamed("second"));
+    EXPECT_THAT(loadedTexts(), ElementsAre("first", "second"));
+
+    folder.limitCapacity(0);
+    store->appendSegment(segmentNamed("superseded"));
+    time.runUntilIdle();
+    const std::vector rewritten{segmentNamed("First"), segmentNamed("Second"), segmentNamed("Third")};
+    store->rewriteSegments(rewritten);
+    store->appendSegment(segmentNamed("fourth"));
+    time.advance(3s);
+    EXPECT_THAT(loadedTexts(), ElementsAre("first", "second"));
+    folder.limitCapacity(std::nullopt);
+    time.advance(1s);
+    EXPECT_THAT(loadedTexts(), ElementsAre("First", "Second", "Third", "fourth"));
+    store->rewriteSegments({});
+    time.runUntilIdle();
+    EXPECT_TRUE(folder.info(store->segmentsURL));
+    EXPECT_THAT(loadedTexts(), IsEmpty());
+}
+
+TEST_F(PersistenceTest, what_is_deleted_stays_deleted_whatever_comes_late) {
+    open();
+    append("aa");
+    store->appendSegment(segmentNamed("line"));
+    EXPECT_TRUE(resultOf(store->writeCheckpoint({.meetingID = id})));
+    Task<bool> late = store->writeCheckpoint({.meetingID = id});
+    append("bb");
+    store->deletePCM();
+    EXPECT_EQ(store->micPCM()->sampleCount(), 0U);
+    time.advance(3s);
+    EXPECT_THAT(folder.list("TavrinAssistant/Recordings"),
+                ElementsAre(id + "-checkpoint.json", id + "-segments.jsonl"));
+    append("cc"); // the meeting goes on
+    time.advance(3s);
+    EXPECT_EQ(onDisk(store->micPCMURL), "cc");
+
+    store->deleteAll();
+    append("dd");
+    store->appendSegment(segmentNamed("late"));
+    EXPECT_FALSE(resultOf(std::move(late)));
+    store.reset();
+    time.advance(3s);
+    EXPECT_THAT(folder.list("TavrinAssistant/Recordings"), IsEmpty());
+}
+
+TEST_F(PersistenceTest, a_store_that_goes_saves_what_waits_and_tells_nothing_more) {
+    open();
+    append("aa");
+    store.reset();
+    time.runUntilIdle();
+    const std::string path = "TavrinAssistant/Recordings/" + id + "-me.pcm";
+    folder.restart({});
+    EXPECT_EQ(onDisk(path), "aa");
+
+    open();
+    folder.limitCapacity(0);
+    append("bb");
+    store.reset();
+    time.advance(10s);
+    EXPECT_THAT(told, IsEmpty());
+    EXPECT_EQ(time.pendingJobs(), 0U);
+    EXPECT_TRUE(quiet.contains("bytes are lost"));
+}
+
+TEST(PcmArchiveThreads, two_captures_a_reader_of_counts_and_the_storage_thread_do_not_disturb_each_other) {
+    MemoryFolder folder;
+    ThreadPool pool(2);
+    SerialExecutor storage(pool);
+    constexpr int pieces = 500;
+    {
+        PcmArchive me(folder, "me.pcm", storage, {});
+        PcmArchive them(folder, "them.pcm", storage, {});
+        const auto capture = [](PcmArchive& lane) {
+            for (int i = 0; i < pieces; ++i)
+                lane.append(std::as_bytes(std::span(std::string_view("some samples"))));
+        };
+        std::thread first(capture, std::ref(me));
+        std::thread second(capture, std::ref(them));
+        std::uint64_t seen = 0;
+        while (seen < pieces * 6U) {
+            EXPECT_GE(me.sampleCount(), seen);
+            seen = me.sampleCount();
+        }
+        first.join();
+        second.join();
+    }
+    storage.runAndWait([] {});
+    folder.restart({});
+    EXPECT_EQ(folder.info("me.pcm")->size, pieces * 12U);
+    EXPECT_EQ(folder.info("them.pcm")->size, pieces * 12U);
+}
+
+} // namespace
+} // namespace tavrin
