@@ -8,8 +8,10 @@
 #   sound_freeze | sound_thaw        the server stops answering | goes on
 #   sound_add_speaker NAME           ... stays until sound_remove NAME
 #   sound_add_microphone NAME        ... what is played into NAME comes out of it: sound_play_microphone NAME FILE
+#   sound_add_echo NAME              a microphone that hears what tavrin_speaker plays
 #   sound_remove NAME                unplugs a speaker or microphone
 #   sound_default_speaker NAME, sound_default_microphone NAME
+#   sound_reset                      the two virtual devices, as defaults, and nothing else, whatever was done before
 #   sound_play_speaker NAME FILE.wav, sound_play_microphone NAME FILE.wav     return when it has been played
 #
 # There are tavrin_speaker and tavrin_microphone from the start; they are the defaults. Sockets, settings and logs live
@@ -134,6 +136,13 @@ sound_add_microphone() {
   sound_until 5 sound_has sources "$1" || sound_fail "$1 does not appear"
 }
 
+# A microphone that hears what tavrin_speaker plays, at once.
+sound_add_echo() {
+  timeout 5 pactl load-module module-remap-source "source_name=$1" master=tavrin_speaker.monitor \
+    "source_properties=device.description=$1" >"$SOUND_FOLDER/$1.modules" || { sound_fail "cannot make $1"; return 1; }
+  sound_until 5 sound_has sources "$1" || sound_fail "$1 does not appear"
+}
+
 sound_remove() {
   local module
   [ -f "$SOUND_FOLDER/$1.modules" ] || { sound_fail "there is no $1"; return 1; }
@@ -154,13 +163,37 @@ sound_default_microphone() {
 }
 sound_is_default() { [ "$(timeout 2 pactl "get-default-$1")" = "$2" ]; }
 
+sound_is_up() {
+  local name
+  for name in $(sound_servers); do
+    [ -f "$SOUND_FOLDER/pids/$name" ] && ! sound_is_gone "$(cat "$SOUND_FOLDER/pids/$name")" || return 1
+  done
+}
+sound_reset() {
+  local name
+  sound_is_up || { sound_kill && sound_revive; return; }
+  sound_thaw
+  for name in "$SOUND_FOLDER"/*.modules; do
+    name=$(basename "$name" .modules)
+    case $name in tavrin_speaker | tavrin_microphone | '*') ;; *) sound_remove "$name" || return 1 ;; esac
+  done
+  [ -f "$SOUND_FOLDER/tavrin_speaker.modules" ] || sound_add_speaker tavrin_speaker || return 1
+  [ -f "$SOUND_FOLDER/tavrin_microphone.modules" ] || sound_add_microphone tavrin_microphone || return 1
+  pactl set-sink-mute tavrin_speaker 0 && sound_default_speaker tavrin_speaker &&
+    sound_default_microphone tavrin_microphone
+}
+
 sound_play_speaker() { paplay "--device=$1" --latency-msec=200 "$2"; }
 # The link group says that this stream is part of a device: it is nothing that the computer plays to its user.
 sound_play_microphone() { paplay "--device=$1_feed" --latency-msec=200 "--property=node.link-group=$1" "$2"; }
 
 sound_players() { sound_names | grep '^silence-' || true; }
 # shellcheck disable=SC2046
-sound_kill() { sound_end KILL $(sound_servers) && sound_end TERM $(sound_players); }
+sound_kill() {
+  sound_end KILL $(sound_servers)
+  sound_end TERM $(sound_players)
+  rm -f "$SOUND_FOLDER"/*.modules
+}
 sound_signal() {
   local name
   for name in $(sound_servers); do kill "-$1" "$(cat "$SOUND_FOLDER/pids/$name")" || return 1; done

@@ -25,6 +25,14 @@ std::optional<std::uint32_t> number(std::string_view text) {
     return value;
 }
 
+/// The process that the server itself sees, and behind another server the one that the program names.
+bool isOurs(const spa_dict* properties) {
+    const auto own = static_cast<std::uint32_t>(getpid());
+    const bool isRelayed = property(properties, PW_KEY_CLIENT_API) == "pipewire-pulse";
+    return number(property(properties, PW_KEY_SEC_PID)) == own ||
+           (isRelayed && number(property(properties, PW_KEY_APP_PROCESS_ID)) == own);
+}
+
 /// Which of our ports a channel goes into.
 struct Sides {
     bool left, right;
@@ -82,19 +90,15 @@ struct PipeWireLinks::Callbacks {
         auto& stream = *static_cast<Bound*>(self);
         if (info->props == nullptr) return;
         stream.client = number(property(info->props, PW_KEY_CLIENT_ID));
-        stream.isExcluded = !property(info->props, PW_KEY_NODE_LINK_GROUP).empty();
+        stream.isExcluded = isOurs(info->props) || !property(info->props, PW_KEY_NODE_LINK_GROUP).empty();
         stream.isKnown = true;
         stream.owner.link();
     }
 
-    /// The process that the server itself sees, and behind another server the one that the client names.
     static void clientInfo(void* self, const pw_client_info* info) {
         auto& client = *static_cast<Bound*>(self);
         if (info->props == nullptr) return;
-        const auto own = static_cast<std::uint32_t>(getpid());
-        const bool isRelayed = property(info->props, PW_KEY_CLIENT_API) == "pipewire-pulse";
-        client.isExcluded = number(property(info->props, PW_KEY_SEC_PID)) == own ||
-                            (isRelayed && number(property(info->props, PW_KEY_APP_PROCESS_ID)) == own);
+        client.isExcluded = isOurs(info->props);
         client.isKnown = true;
         client.owner.link();
     }
@@ -145,6 +149,8 @@ void PipeWireLinks::remove(std::uint32_t id) {
 }
 
 void PipeWireLinks::link() {
+    // A relayed program may say only later who it is.
+    std::erase_if(links, [this](const auto& each) { return !isForeignStream(ports.at(each.first).node); });
     for (const auto& [id, port] : ports)
         if (port.isOutput && !port.isMonitor && !links.contains(id) && isForeignStream(port.node)) linkPort(id, port);
 }
