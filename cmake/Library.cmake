@@ -1,14 +1,15 @@
-# tavrin_library(NAME FOLDER [USES library...] [LINK target...] [HIDDEN target...])
+# tavrin_library(NAME FOLDER [THREADED] [QT] [USES library...] [LINK target...] [HIDDEN target...] [RESOURCES file...])
 #
 # One static library per folder, with its sources and its tests side by side: Foo.h, Foo.cpp, Foo_test.cpp.
 # THREADED marks tests that run threads; they are built and run with the thread sanitizer, too. USES names other folders' libraries, LINK what users of the library link as well, HIDDEN what only its sources see.
+# QT runs the toolkit's compiler over its headers, RESOURCES are its .qrc files. A test file with a main() of its own replaces the usual one.
 # The tests become one executable, NAME_test, known to ctest under the label "unit".
 # What the sanitizer builds need: all unit tests, and those with threads.
 add_custom_target(unit_tests)
 add_custom_target(thread_tests)
 
 function(tavrin_library name folder)
-  cmake_parse_arguments(A "THREADED" "" "USES;LINK;HIDDEN;TEST_USES" ${ARGN})
+  cmake_parse_arguments(A "THREADED;QT" "" "USES;LINK;HIDDEN;TEST_USES;RESOURCES" ${ARGN})
   set(dir ${CMAKE_SOURCE_DIR}/src/${folder})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${dir}/*.cpp)
   set(tests ${sources})
@@ -21,7 +22,11 @@ function(tavrin_library name folder)
     endif()
   endforeach()
   if(sources)
-    add_library(${name} STATIC ${sources})
+    list(TRANSFORM A_RESOURCES PREPEND ${dir}/)
+    add_library(${name} STATIC ${sources} ${A_RESOURCES})
+    if(A_QT)
+      set_target_properties(${name} PROPERTIES AUTOMOC ON AUTORCC ON AUTOGEN_ORIGIN_DEPENDS OFF)
+    endif()
     target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
     target_link_libraries(${name} PUBLIC ${A_USES} ${A_LINK} PRIVATE ${A_HIDDEN})
   else()

@@ -1,0 +1,42 @@
+#include "ui/components/ChoiceRow.h"
+
+#include <QAbstractButton>
+#include <QHBoxLayout>
+
+namespace tavrin {
+
+ChoiceRow::ChoiceRow(const Theme& shown, const QString& accessibleName, QWidget* parent)
+    : QWidget(parent), theme(shown), row(new QHBoxLayout(this)) {
+    setAccessibleName(accessibleName);
+    row->setContentsMargins(0, 0, 0, 0);
+    followTheme(*this, theme);
+}
+
+void ChoiceRow::setChoices(const QStringList& names) {
+    qDeleteAll(buttons);
+    buttons.clear();
+    for (const QString& name : names) {
+        QAbstractButton* button = makeChoice(name);
+        button->setText(name);
+        button->setCheckable(true);
+        button->setAutoExclusive(true);
+        button->setFocusPolicy(Qt::TabFocus);
+        const int index = int(buttons.size());
+        connect(button, &QAbstractButton::clicked, this, [this, index] {
+            if (chosenIndex == index) return;
+            chosenIndex = index;
+            emit chosen(index);
+        });
+        buttons.append(button);
+        row->insertWidget(index, button);
+    }
+    setCurrent(qBound(0, chosenIndex, int(buttons.size()) - 1));
+}
+
+void ChoiceRow::setCurrent(int index) {
+    if (index < 0 || index >= buttons.size()) return;
+    chosenIndex = index;
+    buttons.at(index)->setChecked(true);
+}
+
+} // namespace tavrin

@@ -1,0 +1,49 @@
+#include "ui/components/ScrollPage.h"
+
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+namespace tavrin {
+
+namespace {
+
+constexpr int widest = 880;
+constexpr int besides = 32;
+
+} // namespace
+
+ScrollPage::ScrollPage(const Theme& /*theme*/, QWidget* parent) : QScrollArea(parent), column(new QVBoxLayout) {
+    setFrameShape(QFrame::NoFrame);
+    setWidgetResizable(true);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFocusPolicy(Qt::NoFocus);
+    auto* page = new QWidget;
+    auto* centred = new QHBoxLayout(page);
+    auto* narrow = new QWidget;
+    narrow->setMaximumWidth(widest);
+    narrow->setLayout(column);
+    // The bar floats at the edge in the padding, so the padding gives way to it.
+    centred->setContentsMargins(besides, 0, besides, 0);
+    centred->addStretch(1);
+    centred->addWidget(narrow, 1000);
+    centred->addStretch(1);
+    column->setContentsMargins(0, 24, 0, 32);
+    column->setSpacing(16);
+    setWidget(page);
+    verticalScrollBar()->setFocusPolicy(Qt::NoFocus);
+}
+
+void ScrollPage::scrollTo(const QWidget& part) {
+    verticalScrollBar()->setValue(part.mapTo(widget(), QPoint(0, 0)).y());
+}
+
+bool ScrollPage::focusNextPrevChild(bool next) {
+    const bool moved = QScrollArea::focusNextPrevChild(next);
+    if (QWidget* focused = QApplication::focusWidget(); moved && focused && isAncestorOf(focused))
+        ensureWidgetVisible(focused, 0, 24);
+    return moved;
+}
+
+} // namespace tavrin
