@@ -183,6 +183,12 @@ WhisperTranscriptionEngine& MeetingModelPolicy::engine(MeetingEngine which) {
     return dictationEngine;
 }
 
+LaneEngine MeetingModelPolicy::laneEngine(MeetingEngine which) {
+    return {.which = which, .transcribe = [&chosen = engine(which)](std::vector<float> samples) {
+                return chosen.transcribe(std::move(samples), true);
+            }};
+}
+
 MeetingEngineState MeetingModelPolicy::engineState() const {
     return {.isSmallEnInstalled = isSmallEnInstalled(),
             .smallEngineLoaded = isSmallLoaded,

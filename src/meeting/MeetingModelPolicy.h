@@ -2,6 +2,7 @@
 
 #include "meeting/LoadCoordinator.h"
 #include "meeting/MeetingEngineChoice.h"
+#include "meeting/MeetingEngines.h"
 #include "meeting/WhisperTranscriptionEngine.h"
 #include "support/async/TaskScope.h"
 
@@ -23,7 +24,7 @@ class ModelFolderResolver;
 /// Thread:   main executor only (checked).
 /// Lifetime: everything in Dependencies outlives it, and outlives the workers: their last job may run longer.
 /// Errors:   the tasks that load throw what WhisperTranscriptionEngine::ensureLoaded throws, unless they say otherwise.
-class MeetingModelPolicy final {
+class MeetingModelPolicy final : public MeetingEngines {
 public:
     /// Where each engine works: executors of their own, so that none waits for another.
     struct Workers {
@@ -47,14 +48,14 @@ public:
 
     explicit MeetingModelPolicy(Dependencies dependencies);
 
-    [[nodiscard]] bool isSmallEnInstalled() const;
+    [[nodiscard]] bool isSmallEnInstalled() const override;
 
     /// Loads what a meeting needs: the small model, or the large one where the small one is not installed.
-    Task<void> ensureMeetingModelLoaded();
+    Task<void> ensureMeetingModelLoaded() override;
     /// The same without log lines.
     Task<void> ensureMeetingModelLoadedSilently();
     /// Loads the Them lane's own engine; does nothing without the small model.
-    Task<void> ensureThemEngineLoaded();
+    Task<void> ensureThemEngineLoaded() override;
     Task<void> ensureLargeEngineLoaded();
     Task<void> ensureDictationModelLoaded();
 
@@ -65,8 +66,8 @@ public:
     /// nor where it is not offered.
     void scheduleBackgroundMeetingModelLoad();
     /// At the start of a capture: no background load begins any more.
-    void suspendBackgroundMeetingModelLoad();
-    void resumeBackgroundMeetingModelLoadAfterMeeting();
+    void suspendBackgroundMeetingModelLoad() override;
+    void resumeBackgroundMeetingModelLoadAfterMeeting() override;
 
     /// The text of a dictation: signed 16-bit little-endian samples, 16 kHz mono. Empty for no samples. Throws
     /// WhisperTranscriptionError (`notLoaded`) and what WhisperTranscriptionEngine::transcribe throws.
@@ -75,9 +76,11 @@ public:
     /// The engine of a lane that goes live now.
     [[nodiscard]] WhisperTranscriptionEngine& engineForMe();
     [[nodiscard]] WhisperTranscriptionEngine& engineForThem();
+    [[nodiscard]] LaneEngine laneEngineForMe() override { return laneEngine(engineForMeLane(engineState())); }
+    [[nodiscard]] LaneEngine laneEngineForThem() override { return laneEngine(engineForThemLane(engineState())); }
 
-    [[nodiscard]] bool smallEngineLoaded() const { return isSmallLoaded; }
-    [[nodiscard]] bool largeEngineLoaded() const { return isLargeLoaded; }
+    [[nodiscard]] bool smallEngineLoaded() const override { return isSmallLoaded; }
+    [[nodiscard]] bool largeEngineLoaded() const override { return isLargeLoaded; }
     [[nodiscard]] bool themEngineLoaded() const { return isThemLoaded; }
 
 private:
@@ -85,6 +88,7 @@ private:
 
     [[nodiscard]] WhisperTranscriptionEngine::Dependencies engineOn(Executor& worker, bool isLarge) const;
     [[nodiscard]] WhisperTranscriptionEngine& engine(MeetingEngine which);
+    [[nodiscard]] LaneEngine laneEngine(MeetingEngine which);
     [[nodiscard]] MeetingEngineState engineState() const;
     Task<void> loadMeetingModel(Words words);
     Task<void> loadLargeEngine(Words words);

@@ -1,0 +1,396 @@
+#include "meeting/LiveCapture.h"
+
+#include "dictation/text/MergeOverlap.h"
+#include "meeting/MeetingMessages.h"
+#include "support/async/Sleep.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavrin {
+
+namespace {
+
+using Phase = MeetingStatus::Phase;
+
+constexpr Duration tickInterval = std::chrono::seconds(2);
+constexpr Duration backlogInterval = std::chrono::seconds(1);
+
+bool begins(const std::optional<std::string>& text, std::initializer_list<std::string_view> beginnings) {
+    return text && std::ranges::any_of(beginnings, [&](std::string_view b) { return text->starts_with(b); });
+}
+
+const char* engineWord(MeetingEngine engine) {
+    return engine == MeetingEngine::large ? "large" : "small.en";
+}
+
+/// A peak meter that falls by 0.86 an update.
+float smoothed(float level, float previous) {
+    return std::max(std::clamp(level, 0.0F, 1.0F), previous * 0.86F);
+}
+
+} // namespace
+
+LiveCapture::LiveCapture(Dependencies dependencies, SessionState& published, OpenMeeting& open,
+                         LiveTranscript& liveTranscript)
+    : use(dependencies), state(published), meeting(open), transcript(liveTranscript), tasks(use.main) {
+    use.mixedCapture.onMicrophoneLost = [this](bool isLost) {
+        state.microphoneNotice = isLost ? std::optional<std::string>(messages::microphoneLost) : std::nullopt;
+        use.diagnostics.log(isLost ? "microphone_lost" : "microphone_back");
+    };
+}
+
+LiveCapture::~LiveCapture() {
+    use.mixedCapture.onMicrophoneLost = {};
+    resetLanes();
+    *isAlive = false;
+}
+
+// Start
+
+Task<bool> LiveCapture::startLiveCapture(bool clearInterim) {
+    expectCurrent(use.main);
+    if (!std::holds_alternative<WhisperModelService::Ready>(*use.models.state)) {
+        state.showWhisperModelSetup = true;
+        co_return false;
+    }
+    const std::uint64_t generation = ++captureGeneration;
+    transcript.cancelThemResults();
+    resetLanes();
+    resetMeters();
+    wireMeters();
+    if (clearInterim) state.interimPartial = "";
+    wireArchive();
+    if (!co_await startCapture(generation)) co_return false;
+    tellWhatIsCaptured();
+    meeting.activeTime.open(use.clock.now());
+    tellLoading();
+    if (!co_await loadEngines(generation)) co_return false;
+    attach();
+    wireLive();
+    tellLive();
+    backlogRefreshTask.cancel();
+    backlogRefreshTask = tasks.spawn(refreshBacklogEverySecond());
+    co_return true;
+}
+
+void LiveCapture::resetLanes() {
+    use.mixedCapture.onMicPCMChunk.clear();
+    use.mixedCapture.onSystemPCMChunk.clear();
+    use.mixedCapture.onMicLevel.clear();
+    use.mixedCapture.onSystemLevel.clear();
+    use.mixedCapture.stop();
+    meProcessor.reset();
+    themProcessor.reset();
+    pcmBaseSampleOffset = {};
+    lastMeText.clear();
+    lastThemText.clear();
+}
+
+void LiveCapture::wireMeters() {
+    const auto onMain = [this](void (LiveCapture::*take)(float)) {
+        return [this, alive = isAlive, &main = use.main, take, generation = captureGeneration](float level) {
+            main.post([this, alive, take, generation, level] {
+                if (*alive && generation == captureGeneration) (this->*take)(level);
+            });
+        };
+    };
+    use.mixedCapture.onMicLevel.set(onMain(&LiveCapture::micLevel));
+    use.mixedCapture.onSystemLevel.set(onMain(&LiveCapture::systemLevel));
+}
+
+/// Each chunk to its file, before anything else is there to take it.
+void LiveCapture::wireArchive() {
+    const auto persistence = meeting.persistence;
+    const auto firstSample =
+        persistence ? std::max(persistence->micPCM()->sampleCount(), persistence->themPCM()->sampleCount()) : 0;
+    meeting.stretches.push_back({.firstSample = static_cast<std::int64_t>(firstSample), .start = use.clock.now()});
+    const auto into = [this, firstSample](std::shared_ptr<PcmArchive> archive,
+                                          DiagnosticsCaptureFrameCounter& counter) {
+        if (archive) archive->beginStretch(firstSample);
+        return [&diagnostics = use.diagnostics, &counter, archive](std::span<const std::byte> pcm) {
+            diagnostics.countFrames(pcm.size(), counter);
+            if (archive) archive->append(pcm);
+        };
+    };
+    use.mixedCapture.onMicPCMChunk.set(into(persistence ? persistence->micPCM() : nullptr, diagnosticsMicFrameCounter));
+    use.mixedCapture.onSystemPCMChunk.set(
+        into(persistence ? persistence->themPCM() : nullptr, diagnosticsThemFrameCounter));
+}
+
+Task<bool> LiveCapture::startCapture(std::uint64_t generation) {
+    try {
+        const auto started = co_await use.mixedCapture.start();
+        if (captureGeneration != generation || started == MixedAudioCaptureService::Started::superseded)
+            co_return false;
+        state.systemAudioActive = started == MixedAudioCaptureService::Started::both;
+        co_return true;
+    } catch (const std::exception& error) {
+        failStart(error, generation);
+        co_return false;
+    }
+}
+
+void LiveCapture::failStart(const std::exception& error, std::uint64_t generation) {
+    use.diagnostics.log(std::string("whisper_load_failed ") + error.what());
+    if (captureGeneration != generation) return;
+    transcript.cancelThemResults();
+    resetLanes();
+    state.status = MeetingStatus::error(error.what());
+}
+
+void LiveCapture::tellWhatIsCaptured() {
+    if (*state.systemAudioActive) return;
+    const auto& why = use.mixedCapture.lastSystemStartError();
+    state.systemAudioNotice =
+        std::string(messages::microphoneOnly) + why.value_or(std::string(messages::allowSystemAudio));
+}
+
+void LiveCapture::tellLoading() {
+    if (use.engines.largeEngineLoaded()) {
+        state.status = MeetingStatus{.phase = Phase::recording};
+        return;
+    }
+    state.status = MeetingStatus{.phase = Phase::loadingModel};
+    state.interimPartial = std::string(messages::loadingFirst);
+    state.processingStatusMessage = std::string(messages::loadingStatus);
+}
+
+/// True when the engines are there and nothing newer has happened meanwhile.
+Task<bool> LiveCapture::loadEngines(std::uint64_t generation) {
+    use.diagnostics.log("whisper_load_start");
+    loadTicker.cancel();
+    loadTicker = tasks.spawn(tick(generation));
+    try {
+        co_await use.engines.ensureMeetingModelLoaded();
+    } catch (const std::exception& error) {
+        if (captureGeneration == generation) loadTicker.cancel();
+        failStart(error, generation);
+        co_return false;
+    }
+    use.engines.suspendBackgroundMeetingModelLoad();
+    if (*state.systemAudioActive && use.engines.isSmallEnInstalled()) {
+        try {
+            co_await use.engines.ensureThemEngineLoaded();
+        } catch (const std::exception& error) {
+            use.diagnostics.log(std::string("them_engine_load_failed ") + error.what());
+        }
+    }
+    const char* word = use.engines.smallEngineLoaded() || use.engines.isSmallEnInstalled() ? "small.en" : "large";
+    use.diagnostics.log(std::string("whisper_load_done archive=") + word + " liveMe=" + word);
+    if (captureGeneration != generation) {
+        use.diagnostics.log("live_attach_skipped_stale_generation");
+        co_return false;
+    }
+    loadTicker.cancel();
+    if (!state.status->isCapturing()) {
+        use.mixedCapture.stop();
+        co_return false;
+    }
+    co_return true;
+}
+
+void LiveCapture::attach() {
+    const auto count = [](const std::shared_ptr<PcmArchive>& archive) {
+        return static_cast<std::int64_t>(archive->sampleCount());
+    };
+    if (meeting.persistence)
+        pcmBaseSampleOffset = {.me = count(meeting.persistence->micPCM()),
+                               .them = count(meeting.persistence->themPCM())};
+    meProcessor = meLaneProcessor();
+    themProcessor = themLaneProcessor();
+}
+
+/// From here on each chunk goes to the file and then to the lane's processor. What came between is in the file only.
+void LiveCapture::wireLive() {
+    const auto into = [this](std::shared_ptr<PcmArchive> archive, DiagnosticsCaptureFrameCounter& counter,
+                             WhisperStreamProcessor::Inlet inlet) {
+        return [&diagnostics = use.diagnostics, &counter, archive,
+                inlet = std::move(inlet)](std::span<const std::byte> pcm) {
+            diagnostics.countFrames(pcm.size(), counter);
+            if (archive) archive->append(pcm);
+            inlet(pcm);
+        };
+    };
+    const auto& persistence = meeting.persistence;
+    use.mixedCapture.onMicPCMChunk.set(
+        into(persistence ? persistence->micPCM() : nullptr, diagnosticsMicFrameCounter, meProcessor->inlet()));
+    if (*state.systemAudioActive)
+        use.mixedCapture.onSystemPCMChunk.set(
+            into(persistence ? persistence->themPCM() : nullptr, diagnosticsThemFrameCounter, themProcessor->inlet()));
+    else
+        use.mixedCapture.onSystemPCMChunk.clear();
+}
+
+void LiveCapture::tellLive() {
+    state.status = MeetingStatus{.phase = Phase::recording};
+    if (begins(*state.interimPartial, {"Recording now", "Catching up", "Loading speech"})) state.interimPartial = "";
+    if (begins(*state.processingStatusMessage, {"Recording", "Catching up"}))
+        state.processingStatusMessage = std::nullopt;
+}
+
+Task<void> LiveCapture::tick(std::uint64_t generation) {
+    for (long elapsed = 2;; elapsed += 2) {
+        co_await sleepFor(tickInterval);
+        if (captureGeneration != generation || !state.status->isCapturing()) co_return;
+        if (!begins(*state.interimPartial, {"Recording now"}) && !begins(*state.processingStatusMessage, {"Recording"}))
+            continue;
+        state.interimPartial = messages::loadingAfter(elapsed);
+        state.processingStatusMessage = messages::loadingStatusAfter(elapsed);
+    }
+}
+
+// The lanes
+
+WhisperStreamProcessor::Dependencies LiveCapture::laneDependencies(Executor& lane, Transcribe transcribe) {
+    return {.main = use.main,
+            .lane = lane,
+            .clock = use.clock,
+            .transcribe = std::move(transcribe),
+            .note = [&diagnostics = use.diagnostics](std::string line) { diagnostics.log(std::move(line)); }};
+}
+
+std::unique_ptr<WhisperStreamProcessor> LiveCapture::meLaneProcessor() {
+    LaneEngine engine = use.engines.laneEngineForMe();
+    use.diagnostics.log(std::string("live_attach engineMe=") + engineWord(engine.which) +
+                        " engineThem=small.en-dedicated meOffset=" + std::to_string(pcmBaseSampleOffset.me) +
+                        " themOffset=" + std::to_string(pcmBaseSampleOffset.them));
+    WhisperStreamProcessor::Callbacks hooks;
+    hooks.onTranscriptionStarted = [this] { state.interimPartial = std::string(messages::transcribing); };
+    hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
+    hooks.onResult = [this, generation = meeting.transcriptWorkGeneration,
+                      id = meeting.meetingID](std::string text, const SpeechChunk& chunk) {
+        if (!transcript.isValid(generation, id)) return false;
+        noteResult(text, "Me", chunk);
+        state.interimPartial = "";
+        const std::string own(chunk.followsForcedCut ? withoutOverlap(lastMeText, text) : text);
+        lastMeText = std::move(text);
+        transcript.addSegment({.text = own, .speakerLabel = std::string(meLabel), .date = chunk.date});
+        refreshBacklog();
+        return true;
+    };
+    return std::make_unique<WhisperStreamProcessor>(
+        meLaneSettings(engine.which), laneDependencies(use.meLane, std::move(engine.transcribe)), std::move(hooks));
+}
+
+std::unique_ptr<WhisperStreamProcessor> LiveCapture::themLaneProcessor() {
+    LaneEngine engine = use.engines.laneEngineForThem();
+    WhisperStreamProcessor::Callbacks hooks;
+    hooks.onTranscriptionStarted = [this] {
+        if (state.status->isCapturing() && state.interimPartial->empty())
+            state.interimPartial = std::string(messages::transcribing);
+    };
+    hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
+    hooks.onResult = [this, generation = meeting.transcriptWorkGeneration,
+                      id = meeting.meetingID](std::string text, const SpeechChunk& chunk) {
+        if (!transcript.isValid(generation, id)) return false;
+        noteResult(text, "Them", chunk);
+        if (*state.interimPartial == messages::transcribing) state.interimPartial = "";
+        const std::string own(chunk.followsForcedCut ? withoutOverlap(lastThemText, text) : text);
+        lastThemText = std::move(text);
+        transcript.enqueueThemResult({.text = own, .speakerLabel = std::string(themLabel), .date = chunk.date},
+                                     generation, id);
+        return true;
+    };
+    return std::make_unique<WhisperStreamProcessor>(
+        themLaneSettings(engine.which), laneDependencies(use.themLane, std::move(engine.transcribe)), std::move(hooks));
+}
+
+void LiveCapture::noteResult(const std::string& text, const char* label, const SpeechChunk& chunk) {
+    const double offset = meeting.sessionRecordedAt ? chunk.date.secondsSince(*meeting.sessionRecordedAt) : 0;
+    const double length = static_cast<double>(chunk.samples.size()) / 16'000;
+    use.diagnostics.logResult(text, label, offset, offset + length);
+}
+
+void LiveCapture::transcriptionFinished() {
+    if (*state.interimPartial == messages::transcribing)
+        state.interimPartial =
+            state.status->phase == Phase::processing ? std::string(messages::finishingTranscription) : std::string();
+    refreshBacklog();
+}
+
+// End
+
+EndedLanes LiveCapture::end() {
+    backlogRefreshTask.cancel();
+    loadTicker.cancel();
+    ++captureGeneration;
+    EndedLanes lanes{.me = std::move(meProcessor), .them = std::move(themProcessor), .base = pcmBaseSampleOffset};
+    resetLanes();
+    state.systemAudioActive = false;
+    state.microphoneNotice = std::nullopt;
+    resetMeters();
+    return lanes;
+}
+
+LaneCounts LiveCapture::transcribedSamples() const {
+    LaneCounts counts = pcmBaseSampleOffset;
+    if (meProcessor) counts.me += meProcessor->completedSampleCount();
+    if (themProcessor) counts.them += themProcessor->completedSampleCount();
+    return counts;
+}
+
+void LiveCapture::refreshBacklog() {
+    std::int64_t pending = 0;
+    if (meProcessor) pending += meProcessor->pendingSampleCount();
+    if (themProcessor) pending += themProcessor->pendingSampleCount();
+    state.transcriptionBacklogSeconds = static_cast<double>(pending) / 16'000;
+}
+
+Task<void> LiveCapture::refreshBacklogEverySecond() {
+    while (true) {
+        refreshBacklog();
+        co_await sleepFor(backlogInterval);
+    }
+}
+
+void LiveCapture::clearFrameCounters() {
+    diagnosticsMicFrameCounter.restart();
+    diagnosticsThemFrameCounter.restart();
+}
+
+// Levels
+
+void LiveCapture::resetMeters() {
+    state.micAudioLevel = 0;
+    state.systemAudioLevel = 0;
+    silenceRule = {};
+}
+
+void LiveCapture::micLevel(float level) {
+    if (!state.status->isCapturing()) return;
+    state.micAudioLevel = smoothed(level, *state.micAudioLevel);
+    switch (silenceRule.micLevel(level, *state.systemAudioActive, *state.systemAudioLevel)) {
+    case MicSilenceRule::Action::none:
+        return;
+    case MicSilenceRule::Action::remount:
+        tasks.spawn(remountSilentMicrophone());
+        return;
+    case MicSilenceRule::Action::tell:
+        appendMicrophoneQuiet();
+        return;
+    }
+}
+
+void LiveCapture::systemLevel(float level) {
+    if (!state.status->isCapturing() || !*state.systemAudioActive) return;
+    state.systemAudioLevel = smoothed(level, *state.systemAudioLevel);
+}
+
+Task<void> LiveCapture::remountSilentMicrophone() {
+    use.diagnostics.log("mic_remount_after_silent_with_system_audio");
+    if (!use.mixedCapture.systemEnabled()) co_return;
+    try {
+        co_await use.mixedCapture.remountMic();
+    } catch (const std::exception& error) {
+        use.diagnostics.log(std::string("mic_remount_failed ") + error.what());
+    }
+}
+
+void LiveCapture::appendMicrophoneQuiet() {
+    const std::string before = state.systemAudioNotice->value_or("");
+    if (before.contains("Microphone")) return;
+    state.systemAudioNotice = before + (before.empty() ? "" : " ") + std::string(messages::microphoneQuiet);
+}
+
+} // namespace tavrin

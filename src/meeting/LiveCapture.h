@@ -1,0 +1,118 @@
+#pragma once
+
+#include "audio/DiagnosticsCaptureFrameCounter.h"
+#include "audio/DiagnosticsLogger.h"
+#include "audio/MixedAudioCaptureService.h"
+#include "meeting/LiveTranscript.h"
+#include "meeting/MeetingEngines.h"
+#include "meeting/MicSilenceRule.h"
+#include "meeting/WhisperModelService.h"
+#include "meeting/WhisperStreamProcessor.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace tavrin {
+
+/// Samples of each lane that are transcribed, counted from the beginning of its archive.
+struct LaneCounts {
+    std::int64_t me = 0;
+    std::int64_t them = 0;
+};
+
+/// The processors of a stretch of capture that has ended, with what they have not transcribed yet.
+struct EndedLanes {
+    std::unique_ptr<WhisperStreamProcessor> me;
+    std::unique_ptr<WhisperStreamProcessor> them;
+    LaneCounts base; ///< sample 0 of each processor in its archive
+};
+
+/// One stretch of capture of a meeting, from the first sound to pause or stop.
+///
+/// Sound goes to the archive from the first callback; the models load meanwhile; then a processor is attached to each
+/// lane at the sample where its archive stands. What a slow load left out is in the archive.
+///
+/// Thread:   main executor only (checked). Sound is handed on, on the capture queues, by what was wired.
+/// Stale:    `captureGeneration` counts up at each start and end; a load that ends after that leaves everything alone.
+/// Lifetime: dependencies, state, meeting and transcript outlive it.
+class LiveCapture final {
+public:
+    struct Dependencies {
+        Executor& main;
+        Executor& meLane;
+        Executor& themLane;
+        const WallClock& clock;
+        MixedAudioCaptureService& mixedCapture;
+        MeetingEngines& engines;
+        WhisperModelService& models;
+        DiagnosticsLogger& diagnostics;
+    };
+
+    LiveCapture(Dependencies dependencies, SessionState& state, OpenMeeting& meeting, LiveTranscript& transcript);
+    ~LiveCapture();
+
+    /// Begins to record, loads what is needed and goes live. False when it did not come to that: the status then tells
+    /// why, or belongs to whoever did something newer.
+    Task<bool> startLiveCapture(bool clearInterim);
+
+    /// Ends capture and gives what is to be drained. Nothing comes from the capture queues any more.
+    EndedLanes end();
+
+    void resetMeters();
+
+    /// What the lanes have transcribed so far.
+    [[nodiscard]] LaneCounts transcribedSamples() const;
+
+    void refreshBacklog();
+
+    void clearFrameCounters();
+
+private:
+    // The steps of a start.
+    void resetLanes();
+    void wireMeters();
+    void wireArchive();
+    Task<bool> startCapture(std::uint64_t generation);
+    void tellWhatIsCaptured();
+    void tellLoading();
+    Task<bool> loadEngines(std::uint64_t generation);
+    void attach();
+    void wireLive();
+    void tellLive();
+    void failStart(const std::exception& error, std::uint64_t generation);
+
+    [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> meLaneProcessor();
+    [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> themLaneProcessor();
+    [[nodiscard]] WhisperStreamProcessor::Dependencies laneDependencies(Executor& lane, Transcribe transcribe);
+    void noteResult(const std::string& text, const char* label, const SpeechChunk& chunk);
+    void transcriptionFinished();
+
+    Task<void> tick(std::uint64_t generation);
+    Task<void> refreshBacklogEverySecond();
+    void micLevel(float level);
+    void systemLevel(float level);
+    void appendMicrophoneQuiet();
+    Task<void> remountSilentMicrophone();
+
+    const Dependencies use;
+    SessionState& state;
+    OpenMeeting& meeting;
+    LiveTranscript& transcript;
+
+    // state, main executor
+    std::uint64_t captureGeneration = 0;
+    std::unique_ptr<WhisperStreamProcessor> meProcessor;
+    std::unique_ptr<WhisperStreamProcessor> themProcessor;
+    LaneCounts pcmBaseSampleOffset;
+    std::string lastMeText; // to join with what follows a forced cut
+    std::string lastThemText;
+    MicSilenceRule silenceRule;
+    DiagnosticsCaptureFrameCounter diagnosticsMicFrameCounter;
+    DiagnosticsCaptureFrameCounter diagnosticsThemFrameCounter;
+    std::shared_ptr<bool> isAlive = std::make_shared<bool>(true); // for what the capture queues post
+    TaskHandle loadTicker;
+    TaskHandle backlogRefreshTask;
+    TaskScope tasks; // last: dies first
+};
+
+} // namespace tavrin

@@ -1,0 +1,174 @@
+#include "meeting/WhisperStreamProcessor.h"
+#include "support/async/Sleep.h"
+#include "support/async/VirtualTime.h"
+#include "support/log/LogCapture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace tavrin {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Le;
+
+class SpeechChunkerTest : public testing::Test {
+protected:
+    /// Tenths of a second of speech (positive) and silence (negative); gives the sizes of the chunks they complete.
+    std::vector<std::size_t> hear(std::initializer_list<int> tenths) {
+        std::vector<std::size_t> sizes;
+        for (const int stretch : tenths) {
+            const std::vector<float> samples(static_cast<std::size_t>(std::abs(stretch)) * 1'600,
+                                             stretch > 0 ? 0.1F : 0.0F);
+            for (const SpeechChunk& chunk : chunker.append(samples))
+                sizes.push_back(chunk.samples.size());
+        }
+        return sizes;
+    }
+    std::vector<std::size_t> flush() {
+        std::vector<std::size_t> sizes;
+        for (const SpeechChunk& chunk : chunker.flush())
+            sizes.push_back(chunk.samples.size());
+        return sizes;
+    }
+
+    VirtualTime time;
+    std::vector<std::string> notes;
+    SpeechChunker chunker{meLaneSettings(MeetingEngine::dictation), time.wallClock(),
+                          [this](std::string line) { notes.push_back(std::move(line)); }};
+};
+
+TEST_F(SpeechChunkerTest, silence_is_never_sent) {
+    EXPECT_THAT(hear({-200}), IsEmpty());
+    EXPECT_EQ(chunker.bufferedSamples(), 0U);
+    EXPECT_THAT(flush(), IsEmpty());
+}
+
+TEST_F(SpeechChunkerTest, pause_ends_a_chunk_that_is_long_enough) {
+    EXPECT_THAT(hear({5, -5}), ElementsAre(16'000U));
+    EXPECT_THAT(hear({2, -5}), IsEmpty());
+    EXPECT_THAT(hear({-6}), ElementsAre(testing::Ge(16'000U))); // as soon as it is
+    EXPECT_THAT(notes, Contains("chunk_emit label=Me reason=silence_triggered samples=16000 durationSeconds=1.00"));
+}
+
+TEST_F(SpeechChunkerTest, unbroken_speech_is_cut_every_three_seconds) {
+    EXPECT_THAT(hear({30, 28, 28}), ElementsAre(48'000U, 48'800U, 48'800U));
+    chunker.clear();
+    const auto chunks = chunker.append(std::vector<float>(98'000, 0.1F));
+    ASSERT_EQ(chunks.size(), 2U);
+    EXPECT_FALSE(chunks[0].followsForcedCut);
+    EXPECT_TRUE(chunks[1].followsForcedCut);
+}
+
+TEST_F(SpeechChunkerTest, carry_of_a_chunk_is_no_speech_of_its_own) {
+    EXPECT_THAT(hear({30}), ElementsAre(48'000U));
+    EXPECT_EQ(chunker.bufferedSamples(), 4'000U);
+    EXPECT_THAT(hear({-4}), IsEmpty());
+    EXPECT_EQ(chunker.bufferedSamples(), 4'000U);
+    EXPECT_THAT(hear({-1}), IsEmpty());
+    EXPECT_EQ(chunker.bufferedSamples(), 0U);
+    EXPECT_THAT(hear({30}), ElementsAre(48'000U));
+    EXPECT_THAT(flush(), IsEmpty());
+}
+
+TEST_F(SpeechChunkerTest, flush_sends_the_rest_but_no_splinter) {
+    EXPECT_THAT(hear({2}), IsEmpty());
+    EXPECT_THAT(flush(), ElementsAre(3'200U));
+    chunker.clear();
+    EXPECT_THAT(chunker.append(std::vector<float>(1'599, 0.1F)), IsEmpty());
+    EXPECT_THAT(flush(), IsEmpty());
+}
+
+TEST_F(SpeechChunkerTest, longest_chunk_is_split_at_its_quietest_place) {
+    const EnergyVAD vad(0.01F);
+    std::vector<float> samples(128'000, 0.1F);
+    std::fill(samples.begin() + 80'000, samples.begin() + 96'000, 0.0F);
+    EXPECT_NEAR(static_cast<double>(vad.findSplit(samples, 128'000)), 88'000, 1'600);
+    EXPECT_EQ(vad.findSplit(std::vector<float>(50'000, 0.1F), 128'000), 50'000U);
+    EXPECT_THAT(vad.speechFrames({}), IsEmpty());
+}
+
+/// A lane on virtual time with an engine by script.
+class WhisperStreamProcessorTest : public testing::Test {
+protected:
+    void hear(Duration length, float level = 0.1F) {
+        for (Duration passed{}; passed < length; passed += 100ms) {
+            std::vector<std::byte> pcm(3'200);
+            const auto value = static_cast<std::uint16_t>(level * 32'767);
+            for (std::size_t i = 0; i < pcm.size(); i += 2) {
+                pcm[i] = static_cast<std::byte>(value & 0xFFU);
+                pcm[i + 1] = static_cast<std::byte>(value >> 8U);
+            }
+            inlet(pcm);
+            time.advance(100ms);
+            pending.push_back(processor->pendingSampleCount());
+        }
+    }
+
+    const LogCapture logged;
+    VirtualTime time;
+    Duration engineTime{};
+    bool accepts = true;
+    std::vector<std::string> results, notes;
+    std::vector<std::int64_t> pending;
+    int finished = 0;
+    std::unique_ptr<WhisperStreamProcessor> processor = std::make_unique<WhisperStreamProcessor>(
+        themLaneSettings(MeetingEngine::dictation),
+        WhisperStreamProcessor::Dependencies{.main = time.main(),
+                                             .lane = time.addExecutor(),
+                                             .clock = time.wallClock(),
+                                             .transcribe = [this](std::vector<float> samples) -> Task<std::string> {
+                                                 co_await sleepFor(engineTime);
+                                                 co_return std::to_string(samples.size());
+                                             },
+                                             .note = [this](std::string line) { notes.push_back(std::move(line)); }},
+        WhisperStreamProcessor::Callbacks{.onTranscriptionStarted = {},
+                                          .onTranscriptionFinished = [this] { ++finished; },
+                                          .onError = {},
+                                          .onResult =
+                                              [this](std::string text, const SpeechChunk&) {
+                                                  results.push_back(std::move(text));
+                                                  return accepts;
+                                              }});
+    WhisperStreamProcessor::Inlet inlet = processor->inlet();
+};
+
+TEST_F(WhisperStreamProcessorTest, chunks_come_out_in_order_and_count) {
+    hear(9s);
+    EXPECT_THAT(results, ElementsAre("48000", "48800", "48800"));
+    EXPECT_EQ(processor->completedSampleCount(), 145'600);
+    accepts = false; // nobody wants it any more
+    hear(3s);
+    EXPECT_EQ(processor->completedSampleCount(), 145'600);
+}
+
+TEST_F(WhisperStreamProcessorTest, slow_engine_drops_the_oldest_and_keeps_the_queue_short) {
+    engineTime = 12s;
+    hear(120s);
+    EXPECT_THAT(notes, Contains(HasSubstr("live_chunk_dropped label=Them reason=backlog_cap pending=7")));
+    EXPECT_THAT(pending, Each(Le(2 * (8 * 48'800) + (2 * 48'800))));
+    EXPECT_GT(processor->droppedSampleCount(), 0);
+}
+
+TEST_F(WhisperStreamProcessorTest, nothing_is_told_after_cancel) {
+    engineTime = 1s;
+    hear(3500ms);
+    processor->cancel();
+    time.advance(5s);
+    hear(5s);
+    EXPECT_THAT(results, IsEmpty());
+    EXPECT_EQ(finished, 0);
+    processor.reset();
+    inlet(std::vector<std::byte>(3'200)); // capture may be a moment behind
+    time.runUntilIdle();
+}
+
+} // namespace
+} // namespace tavrin
