@@ -1,0 +1,141 @@
+#include "ui/MainWindow.h"
+
+#include "ui/EmptyPage.h"
+#include "ui/ModelSetupSheet.h"
+#include "ui/components/FocusRing.h"
+#include "ui/home/HomePage.h"
+#include "ui/meeting/MeetingHead.h"
+#include "ui/meeting/MeetingPage.h"
+#include "ui/settings/SettingsPage.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QPainter>
+#include <QStackedWidget>
+#include <algorithm>
+
+namespace tavrin {
+
+namespace {
+
+constexpr QSize usualSize(1120, 760);
+constexpr QSize leastSize(900, 620);
+constexpr int wideFrom = 1000;
+
+} // namespace
+
+MainWindow::MainWindow(const Theme& shown)
+    : theme(shown), bar(new SideBar(shown, this)), pages(new QStackedWidget(this)), home(new HomePage(shown)),
+      meeting(new MeetingPage(shown)), settings(new SettingsPage(shown)), setup(new ModelSetupSheet(shown, *this)) {
+    setWindowTitle(tr("Tavrin Assistant"));
+    QIcon icon;
+    icon.addPixmap(theme.icon(QStringLiteral("app-16"), 16, theme.color(Token::text), 1));
+    for (const int size : {24, 32, 48, 128})
+        icon.addPixmap(theme.icon(QStringLiteral("app"), size, theme.color(Token::text), 1));
+    setWindowIcon(icon);
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(0);
+    row->addWidget(bar);
+    row->addWidget(pages, 1);
+    addPages();
+    addKeys();
+    new FocusRing(theme, *this);
+    setMinimumSize(leastSize);
+    resize(usualSize);
+    connect(&theme, &Theme::changed, this, &MainWindow::fit);
+    followTheme(*this, theme);
+}
+
+void MainWindow::addPages() {
+    pages->addWidget(home);
+    pages->addWidget(new EmptyPage(theme, Section::today));
+    pages->addWidget(meeting);
+    pages->addWidget(new EmptyPage(theme, Section::screenRecording));
+    pages->addWidget(new EmptyPage(theme, Section::notes));
+    pages->addWidget(new EmptyPage(theme, Section::dictation));
+    pages->addWidget(new EmptyPage(theme, Section::activity));
+    pages->addWidget(settings);
+    bar->setAccount({}, tr("Add a token in Settings"));
+    connect(bar, &SideBar::sectionChosen, this, &MainWindow::showSection);
+    connect(bar, &SideBar::accountChosen, this, [this] { showSection(Section::settings); });
+    connect(meeting, &MeetingPage::elapsedShown, bar, &SideBar::setLiveTime);
+    connect(home, &HomePage::startRequested, this, [this] {
+        showSection(Section::meeting);
+        meeting->head().startOrStop();
+    });
+}
+
+void MainWindow::addKey(const QKeySequence& keys, const QString& name, const std::function<void()>& act) {
+    auto* action = new QAction(name, this);
+    action->setShortcut(keys);
+    action->setAutoRepeat(false);
+    addAction(action);
+    // What a sheet covers does not answer to keys either.
+    connect(action, &QAction::triggered, this, [this, act] {
+        if (!setup->isOpen()) act();
+    });
+}
+
+void MainWindow::addKeys() {
+    for (int i = 0; i < sectionCount; ++i) {
+        const auto target = static_cast<Section>(i);
+        addKey(QKeySequence(QKeyCombination(Qt::ControlModifier, Qt::Key(Qt::Key_1 + i))), sectionName(target),
+               [this, target] { showSection(target); });
+    }
+    addKey(QKeySequence(QStringLiteral("Ctrl+,")), tr("Settings"), [this] { showSection(Section::settings); });
+    addKey(QKeySequence(QStringLiteral("Ctrl+R")), tr("Start or stop recording"), [this] {
+        showSection(Section::meeting);
+        meeting->head().startOrStop();
+    });
+    addKey(QKeySequence(QStringLiteral("Ctrl+P")), tr("Pause or resume recording"),
+           [this] { meeting->head().pauseOrResume(); });
+    auto* quit = new QAction(tr("Quit"), this);
+    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    addAction(quit);
+    connect(quit, &QAction::triggered, this, &MainWindow::quitRequested);
+}
+
+Section MainWindow::section() const {
+    return static_cast<Section>(pages->currentIndex());
+}
+
+void MainWindow::showSection(Section wanted) {
+    bar->setCurrent(wanted);
+    if (section() == wanted) return;
+    pages->setCurrentIndex(static_cast<int>(wanted));
+    emit sectionShown(wanted);
+}
+
+void MainWindow::raiseToFront() {
+    if (isMinimized())
+        showNormal();
+    else
+        show();
+    raise();
+    activateWindow();
+}
+
+void MainWindow::fit() {
+    // Larger type needs a larger window before the names of the sections have room.
+    bar->setCompact(width() < wideFrom * std::clamp(theme.fontScale(), 1.0, 1.6));
+}
+
+void MainWindow::resizeEvent(QResizeEvent* /*event*/) {
+    fit();
+}
+
+void MainWindow::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.fillRect(rect(), theme.color(Token::window));
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    hide();
+    emit hiddenByUser();
+}
+
+} // namespace tavrin

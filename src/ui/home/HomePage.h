@@ -1,0 +1,33 @@
+#pragma once
+
+#include "ui/Theme.h"
+
+#include <QWidget>
+
+namespace tavrin {
+
+class Button;
+class Label;
+
+/// The first page: what can be done now, and what will stand here.
+class HomePage final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit HomePage(const Theme& theme, QWidget* parent = nullptr);
+
+    /// Whether a meeting can be started.
+    void setStartEnabled(bool enabled);
+
+signals:
+    void startRequested();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    Label* title;
+    Button* start;
+};
+
+} // namespace tavrin

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "ui/Theme.h"
+#include "ui/settings/SettingsState.h"
+
+#include <QWidget>
+
+namespace tavrin {
+
+class Card;
+
+/// The card of the models: a row each with its state and its folder, and a button that looks again.
+class ModelRows final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ModelRows(const Theme& theme, QWidget* parent = nullptr);
+
+    void show(const std::vector<SettingsState::Model>& models, bool checking);
+
+signals:
+    void refreshRequested();
+
+private:
+    [[nodiscard]] QWidget* rowOf(const SettingsState::Model& model) const;
+
+    const Theme& theme;
+    Card* card;
+    std::vector<SettingsState::Model> shown;
+    bool shownChecking = false;
+    bool filled = false;
+};
+
+} // namespace tavrin
