@@ -1,0 +1,28 @@
+#pragma once
+
+#include "meeting/TranscriptSegment.h"
+#include "ui/meeting/MeetingState.h"
+#include "ui/settings/SettingsState.h"
+
+#include <vector>
+
+namespace tavrin::shots {
+
+/// A conversation at a table of shops, in the order in which it was said.
+std::vector<TranscriptSegment> conversation();
+/// One in German, whose words are longer.
+std::vector<TranscriptSegment> germanConversation();
+
+MeetingState idle();
+MeetingState loading();
+MeetingState recording();
+MeetingState paused();
+MeetingState processing();
+MeetingState microphoneOnly();
+MeetingState failed();
+MeetingState restored();
+MeetingState german();
+
+SettingsState settings();
+
+} // namespace tavrin::shots
