@@ -1,0 +1,138 @@
+#include "platform/linux/JsonPreferences.h"
+#include "support/async/VirtualTime.h"
+#include "support/files/MemoryFolder.h"
+#include "support/json/Json.h"
+#include "support/log/LogCapture.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+
+namespace tavrin {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+const std::string path = "app/preferences.json";
+
+class JsonPreferencesTest : public testing::Test {
+protected:
+    JsonPreferencesTest() { folder.makeFolders("app"); }
+
+    void open() {
+        preferences.reset();
+        preferences = std::make_unique<JsonPreferences>(folder, path, storage);
+    }
+    void openWith(const std::string& text) {
+        preferences.reset();
+        folder.writeAtomically(path, text);
+        open();
+    }
+    Json onDisk() { return readJson(folder, path); }
+
+    LogCapture logged;
+    VirtualTime time;
+    MemoryFolder folder;
+    Executor& storage = time.addExecutor();
+    std::unique_ptr<JsonPreferences> preferences;
+};
+
+TEST_F(JsonPreferencesTest, values_keep_their_types_over_launches) {
+    open();
+    preferences->set("b", false);
+    preferences->set("i", std::int64_t{-3});
+    preferences->set("n", 120.0);
+    preferences->set("s", std::string("“text”"));
+    preferences->set("gone", true);
+    preferences->remove("gone");
+    preferences->set("nan", std::nan(""));
+    open();
+    EXPECT_EQ(preferences->boolean("b"), false);
+    EXPECT_EQ(preferences->integer("i"), -3);
+    EXPECT_EQ(preferences->number("i"), -3.0);
+    EXPECT_EQ(preferences->number("n"), 120.0);
+    EXPECT_EQ(preferences->integer("n"), std::nullopt);
+    EXPECT_EQ(preferences->string("s"), "“text”");
+    EXPECT_EQ(preferences->string("b"), std::nullopt);
+    EXPECT_EQ(preferences->value("gone"), std::nullopt);
+    EXPECT_EQ(preferences->value("nan"), std::nullopt);
+}
+
+TEST_F(JsonPreferencesTest, some_changes_are_one_write_soon_after_and_a_power_cut_leaves_old_or_new) {
+    openWith(R"({"a":1})");
+    const std::size_t before = folder.stepCount();
+    preferences->set("a", std::int64_t{1}); // as it is
+    time.advance(2s);
+    EXPECT_EQ(folder.stepCount(), before);
+    for (int i = 2; i <= 10; ++i)
+        preferences->set("a", std::int64_t{i});
+    time.advance(499ms);
+    EXPECT_EQ(folder.stepCount(), before);
+    time.advance(1ms);
+    EXPECT_EQ(onDisk()["a"], 10);
+    const std::size_t perWrite = folder.stepCount() - before;
+    for (std::size_t steps = 0; steps <= perWrite; ++steps) {
+        openWith(R"({"a":1})");
+        folder.cutPowerAfter(steps);
+        preferences->set("a", std::int64_t{2});
+        time.advance(1s);
+        folder.restart({.namesSurvive = steps % 2 == 0});
+        EXPECT_TRUE(onDisk()["a"] == 1 || onDisk()["a"] == 2) << steps;
+    }
+}
+
+TEST_F(JsonPreferencesTest, a_write_that_fails_is_tried_again_with_the_next_change_and_at_the_end) {
+    open();
+    folder.limitCapacity(0);
+    preferences->set("a", true);
+    time.advance(1s);
+    EXPECT_TRUE(logged.contains("not saved"));
+    folder.limitCapacity(std::nullopt);
+    preferences->set("b", true);
+    time.advance(1s);
+    EXPECT_EQ(onDisk(), (Json{{"a", true}, {"b", true}}));
+    folder.failNext(MemoryFolder::Step::create, EIO);
+    preferences->set("c", true);
+    time.advance(1s);
+    preferences.reset();
+    EXPECT_EQ(onDisk()["c"], true);
+}
+
+TEST_F(JsonPreferencesTest, what_it_does_not_know_stays) {
+    openWith(R"({"list":["a"],"big":18446744073709551615,"nothing":null,"unknown":{"x":1.5},"a":1})");
+    for (const char* key : {"list", "big", "nothing", "unknown"})
+        EXPECT_EQ(preferences->value(key), std::nullopt) << key;
+    preferences->set("a", std::string("changed"));
+    preferences.reset();
+    EXPECT_EQ(compactText(onDisk()),
+              R"({"list":["a"],"big":18446744073709551615,"nothing":null,"unknown":{"x":1.5},"a":"changed"})");
+}
+
+TEST_F(JsonPreferencesTest, a_damaged_file_is_moved_aside_each_under_a_name_of_its_own) {
+    for (const char* text : {"{\"a\":", "[1]", ""}) {
+        openWith(text);
+        EXPECT_EQ(preferences->value("a"), std::nullopt);
+        preferences->set("b", true);
+        preferences.reset();
+        EXPECT_EQ(onDisk(), (Json{{"b", true}}));
+    }
+    EXPECT_THAT(folder.list("app"), ElementsAre("preferences.json", "preferences.json.damaged",
+                                                "preferences.json.damaged-2", "preferences.json.damaged-3"));
+    EXPECT_EQ(folder.read(path + ".damaged", 100), "{\"a\":");
+}
+
+TEST_F(JsonPreferencesTest, a_file_that_can_neither_be_read_nor_moved_is_not_written_over) {
+    folder.writeAtomically(path, R"({"precious":1})");
+    folder.failNext(MemoryFolder::Step::read, EIO);
+    folder.failNext(MemoryFolder::Step::rename, EACCES);
+    open();
+    preferences->set("a", true);
+    EXPECT_EQ(preferences->boolean("a"), true);
+    time.advance(1s);
+    preferences.reset();
+    EXPECT_EQ(folder.read(path, 100), R"({"precious":1})");
+}
+
+} // namespace
+} // namespace tavrin
