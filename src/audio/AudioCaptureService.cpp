@@ -163,11 +163,12 @@ AudioCaptureService::AudioCaptureService(Dependencies dependencies)
     : use(std::move(dependencies)), state(std::make_shared<State>(use)) {}
 
 AudioCaptureService::~AudioCaptureService() {
-    stop();
+    if (isOpen) stop();
 }
 
 Task<void> AudioCaptureService::start(bool voiceProcessing) {
     expectCurrent(use.main);
+    isOpen = true;
     const bool inTime =
         co_await race(runOn(use.engineQueue,
                             [self = state, voiceProcessing](const std::stop_token&) { self->open(voiceProcessing); }),
@@ -178,6 +179,7 @@ Task<void> AudioCaptureService::start(bool voiceProcessing) {
 }
 
 void AudioCaptureService::stop() {
+    isOpen = false;
     state->onPCMChunk.clear();
     state->onAudioLevel.clear();
     state->onCaptureLost.clear();

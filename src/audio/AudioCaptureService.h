@@ -73,6 +73,7 @@ private:
 
     Dependencies use;
     std::shared_ptr<State> state; // shared with the work on the queues
+    bool isOpen = false;          // main executor
 };
 
 } // namespace tavrin

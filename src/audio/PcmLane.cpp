@@ -106,7 +106,7 @@ void PcmLane::deliver(const AudioBuffer& buffer) {
     if (timeline) timeline->advance(samplesOf(buffer));
     mono.clear();
     converter->convert(buffer.samples, mono);
-    emit(mono);
+    put(mono);
     float peak = 0;
     for (const float sample : mono)
         peak = std::max(peak, std::abs(sample));
@@ -134,7 +134,7 @@ void PcmLane::finishConverter() {
     if (!converter) return;
     mono.clear();
     converter->finish(mono);
-    emit(mono);
+    put(mono);
     converter.reset();
 }
 
@@ -145,13 +145,13 @@ void PcmLane::fill(std::int64_t samples) {
     const std::vector<float> silence(static_cast<std::size_t>(std::min(samples, pcmSampleRate)));
     while (samples > 0) {
         const auto piece = static_cast<std::size_t>(std::min(samples, pcmSampleRate));
-        emit(std::span(silence).first(piece));
+        put(std::span(silence).first(piece));
         sendChunks();
         samples -= static_cast<std::int64_t>(piece);
     }
 }
 
-void PcmLane::emit(std::span<const float> samples) {
+void PcmLane::put(std::span<const float> samples) {
     const std::size_t before = pendingPCM.size();
     pendingPCM.resize(before + (samples.size() * pcmBytesPerSample));
     std::byte* out = pendingPCM.data() + before;

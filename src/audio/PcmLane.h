@@ -68,7 +68,7 @@ private:
     void deliver(const AudioBuffer& buffer);
     void finishConverter();
     void fill(std::int64_t samples);
-    void emit(std::span<const float> mono);
+    void put(std::span<const float> mono);
     void sendChunks();
     bool prepareConverter(const AudioFormat& format);
 

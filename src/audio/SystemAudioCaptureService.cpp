@@ -177,11 +177,12 @@ SystemAudioCaptureService::SystemAudioCaptureService(Dependencies dependencies)
     : use(std::move(dependencies)), state(std::make_shared<State>(use)) {}
 
 SystemAudioCaptureService::~SystemAudioCaptureService() {
-    stop();
+    if (isOpen) stop();
 }
 
 Task<void> SystemAudioCaptureService::start() {
     expectCurrent(use.main);
+    isOpen = true;
     const bool inTime =
         co_await race(runOn(use.tapQueue, [self = state](const std::stop_token&) { self->open(); }), startLimit);
     if (inTime) co_return;
@@ -190,6 +191,7 @@ Task<void> SystemAudioCaptureService::start() {
 }
 
 void SystemAudioCaptureService::stop() {
+    isOpen = false;
     state->onPCMChunk.clear();
     state->onAudioLevel.clear();
     use.tapQueue.post([self = state] { self->close(); });

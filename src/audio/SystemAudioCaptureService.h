@@ -22,7 +22,7 @@ namespace tavrin {
 /// buffers
 ///          are converted and handed on, on `ioQueue`.
 /// Silence: means that nobody talks or nothing plays. It is reported after ten seconds, and nothing is restarted.
-/// Lifetime: dependencies outlive it; its last clean-up may run after it on the queues.
+/// Lifetime: dependencies outlive it and what it has posted: stop it and wait for the queues before they go.
 class SystemAudioCaptureService final {
 public:
     struct Dependencies {
@@ -63,6 +63,7 @@ private:
 
     Dependencies use;
     std::shared_ptr<State> state; // shared with the work on the queues
+    bool isOpen = false;          // main executor
 };
 
 } // namespace tavrin

@@ -81,12 +81,12 @@ void SpeechChunker::processFrame(std::span<const float> frame, std::vector<Speec
         speechBuffer.insert(speechBuffer.end(), frame.begin(), frame.end());
         ++silenceFrames;
         if (silenceFrames >= silenceFramesThreshold && speechBuffer.size() >= settings.minChunkSamples)
-            emit(false, std::nullopt, "silence_triggered", chunks);
+            cutChunk(false, std::nullopt, "silence_triggered", chunks);
     }
     if (speechBuffer.size() >= maxChunkSamples)
-        emit(true, std::nullopt, "max_length", chunks);
+        cutChunk(true, std::nullopt, "max_length", chunks);
     else if (settings.forcedEmitSamples && speechBuffer.size() >= *settings.forcedEmitSamples)
-        emit(true, settings.minChunkSamples, "forced_emit_threshold", chunks);
+        cutChunk(true, settings.minChunkSamples, "forced_emit_threshold", chunks);
 }
 
 void SpeechChunker::passCarry() {
@@ -100,13 +100,13 @@ void SpeechChunker::passCarry() {
 void SpeechChunker::flushBuffer(std::vector<SpeechChunk>& chunks) {
     if (holdsCarryOnly) return;
     if (speechBuffer.size() >= settings.minFlushSamples)
-        emit(true, settings.minFlushSamples, "finish_flush", chunks);
+        cutChunk(true, settings.minFlushSamples, "finish_flush", chunks);
     else if (speechBuffer.size() >= frameSamples)
-        emit(true, speechBuffer.size(), "finish_flush_remainder", chunks);
+        cutChunk(true, speechBuffer.size(), "finish_flush_remainder", chunks);
 }
 
-void SpeechChunker::emit(bool force, std::optional<std::size_t> minimum, const char* reason,
-                         std::vector<SpeechChunk>& chunks) {
+void SpeechChunker::cutChunk(bool force, std::optional<std::size_t> minimum, const char* reason,
+                             std::vector<SpeechChunk>& chunks) {
     const std::size_t required = minimum.value_or(leastCutSamples);
     const std::size_t cut = force && speechBuffer.size() > maxChunkSamples
                                 ? vad.findSplit(speechBuffer, maxChunkSamples)

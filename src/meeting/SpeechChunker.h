@@ -67,7 +67,7 @@ private:
     void processFrame(std::span<const float> frame, std::vector<SpeechChunk>& chunks);
     void passCarry();
     void flushBuffer(std::vector<SpeechChunk>& chunks);
-    void emit(bool force, std::optional<std::size_t> minimum, const char* reason, std::vector<SpeechChunk>& chunks);
+    void cutChunk(bool force, std::optional<std::size_t> minimum, const char* reason, std::vector<SpeechChunk>& chunks);
 
     // constant after construction
     const LaneSettings settings;

@@ -6,7 +6,8 @@
 #   sound_stop FOLDER                ends what was started, and nothing else
 #   sound_kill | sound_revive        the server dies at once | stands again, with its virtual devices
 #   sound_freeze | sound_thaw        the server stops answering | goes on
-#   sound_add_speaker NAME           ... stays until sound_remove NAME
+#   sound_stall                      the server answers, but no sound comes from tavrin_microphone; until sound_reset
+#   sound_add_speaker NAME [PROPERTY=VALUE]    ... stays until sound_remove NAME
 #   sound_add_microphone NAME        ... what is played into NAME comes out of it: sound_play_microphone NAME FILE
 #   sound_add_echo NAME              a microphone that hears what tavrin_speaker plays
 #   sound_remove NAME                unplugs a speaker or microphone
@@ -85,7 +86,7 @@ sound_start() {
   done
   # The path of a socket has at most 107 bytes.
   [ "${#folder}" -le 80 ] || { sound_fail "the folder's name is too long: $folder"; return 1; }
-  mkdir -p "$folder"/{home,pids} && mkdir -p -m 700 "$folder/run/pulse" || return 1
+  mkdir -p "$folder"/{home,pids} && mkdir -p -m 700 "$folder/run" && mkdir -p -m 700 "$folder/run/pulse" || return 1
   echo "$kind" >"$folder/kind"
   sound_use "$folder" || return 1
   if [ "$kind" = pipewire ]; then
@@ -117,14 +118,14 @@ sound_has() { timeout 2 pactl list short "$1" | cut -f2 | grep -qxF "$2"; }
 sound_null_sink() {
   local module
   module=$(timeout 5 pactl load-module module-null-sink "sink_name=$1" "rate=$sound_rate" channels=2 \
-    "sink_properties=device.description=$1") || { sound_fail "cannot make $1"; return 1; }
+    "sink_properties='device.description=$1 ${3:-}'") || { sound_fail "cannot make $1"; return 1; }
   echo "$module" >>"$SOUND_FOLDER/$2.modules"
   sound_until 5 sound_has sinks "$1" || { sound_fail "$1 does not appear"; return 1; }
   sound_spawn "silence-$1" pacat --playback "--device=$1" --latency-msec=200 --client-name=silence \
     --property=node.link-group=silence --rate="$sound_rate" --channels=2 --format=s16le /dev/zero
 }
 
-sound_add_speaker() { rm -f "$SOUND_FOLDER/$1.modules"; sound_null_sink "$1" "$1"; }
+sound_add_speaker() { rm -f "$SOUND_FOLDER/$1.modules"; sound_null_sink "$1" "$1" "${2:-}"; }
 
 sound_add_microphone() {
   local module
@@ -173,6 +174,7 @@ sound_reset() {
   local name
   sound_is_up || { sound_kill && sound_revive; return; }
   sound_thaw
+  [ "$SOUND_KIND" = pipewire ] || pactl suspend-source tavrin_microphone 0 2>/dev/null || true
   for name in "$SOUND_FOLDER"/*.modules; do
     name=$(basename "$name" .modules)
     case $name in tavrin_speaker | tavrin_microphone | '*') ;; *) sound_remove "$name" || return 1 ;; esac
@@ -200,6 +202,10 @@ sound_signal() {
 }
 sound_freeze() { sound_signal STOP; }
 sound_thaw() { sound_signal CONT; }
+sound_stall() {
+  if [ "$SOUND_KIND" = pipewire ]; then kill -STOP "$(cat "$SOUND_FOLDER/pids/pipewire")"
+  else pactl suspend-source tavrin_microphone 1; fi
+}
 
 # shellcheck disable=SC2046
 sound_stop() {

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/ModelRuntime.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace tavrin {
+
+/// A model runtime that is opened with the first load, on the loading thread: the program starts without it, and says
+/// what is wrong with it where a model is wanted. Thread-safe.
+class LazyModelRuntime final : public ModelRuntime {
+public:
+    /// `open` may throw ModelRuntimeError; it is asked again at the next load then.
+    explicit LazyModelRuntime(std::function<std::unique_ptr<ModelRuntime>()> open) : openRuntime(std::move(open)) {}
+
+    [[nodiscard]] std::shared_ptr<ModelGraph> load(const std::filesystem::path& file, int threads) override {
+        return runtime().load(file, threads);
+    }
+
+private:
+    ModelRuntime& runtime() {
+        const std::scoped_lock lock(mutex);
+        if (!opened) opened = openRuntime();
+        return *opened;
+    }
+
+    const std::function<std::unique_ptr<ModelRuntime>()> openRuntime;
+    std::mutex mutex;
+    std::unique_ptr<ModelRuntime> opened;
+};
+
+} // namespace tavrin

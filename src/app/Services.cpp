@@ -1,0 +1,97 @@
+#include "app/Services.h"
+
+#include "platform/linux/PulseAudioEngine.h"
+#include "platform/linux/SoxrSampleRateConverter.h"
+#include "platform/onnx/OnnxModelRuntime.h"
+#include "speech/ModelFolders.h"
+#include "support/log/Log.h"
+
+#include <cstdlib>
+#include <utility>
+
+namespace tavrin {
+
+namespace {
+
+constexpr Logger log{"Services"};
+
+std::filesystem::path home() {
+    const char* value = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): nobody changes it
+    return value == nullptr ? std::filesystem::path() : std::filesystem::path(value);
+}
+
+SampleRateConverterFactory converters() {
+    return [](double rate, std::size_t channels, double wanted) {
+        return std::make_unique<SoxrSampleRateConverter>(rate, channels, wanted);
+    };
+}
+
+} // namespace
+
+Services::Services(Executor& mainExecutor, const XdgFolders& userFolders, Deployment values)
+    : folders(userFolders), deployment(std::move(values)), main(mainExecutor),
+      applicationSupport(folders.applicationSupport()), configuration(folders.preferences()), caches(folders.caches()),
+      preferences(configuration, "preferences.json", storage), credentialStore(configuration, "credentials.json"),
+      credentials(credentialStore), modelRuntime([] { return std::make_unique<OnnxModelRuntime>(); }),
+      speechModels(modelRuntime), cacheGuard(caches),
+      modelFolders(preferences, deployment.speechModels, modelSearchRoots(folders.documents(), home())),
+      models(main, modelFolders),
+      policy({.main = main,
+              .workers = {.large = largeEngineWorker, .dictation = dictationEngineWorker, .them = themEngineWorker},
+              .folders = modelFolders,
+              .models = speechModels,
+              .cacheGuard = cacheGuard,
+              .preferences = preferences,
+              .preloadDiarizer = {}}),
+      systemTap(soundServer), audioDevices(soundServer),
+      diagnostics(applicationSupport, storage, wallClock, steadyClock),
+      micCapture({.main = main,
+                  .processingQueue = micProcessingQueue,
+                  .engineQueue = microphoneQueue,
+                  .newEngine = [this] { return std::make_unique<PulseAudioEngine>(soundServer); },
+                  .newConverter = converters(),
+                  .note = [this](std::string line) { diagnostics.log(std::move(line)); }}),
+      systemCapture({.main = main,
+                     .tapQueue = tapQueue,
+                     .ioQueue = systemIoQueue,
+                     .tap = systemTap,
+                     .newConverter = converters(),
+                     .note = [this](std::string line) { diagnostics.log(std::move(line)); }}),
+      mixedCapture(main, micCapture, systemCapture), session(sessionDependencies()), tasks(main) {}
+
+Services::~Services() {
+    tasks.clear();
+    // What capture posts while it closes uses its neighbours: it is through before they go.
+    mixedCapture.stop();
+    for (SerialExecutor* queue : {&microphoneQueue, &tapQueue, &micProcessingQueue, &systemIoQueue, &storage})
+        queue->runAndWait([] {});
+}
+
+TranscriptionSession::Dependencies Services::sessionDependencies() {
+    return {.capture = {.main = main,
+                        .meLane = meLane,
+                        .themLane = themLane,
+                        .clock = wallClock,
+                        .mixedCapture = mixedCapture,
+                        .engines = policy,
+                        .models = models,
+                        .diagnostics = diagnostics},
+            .applicationSupport = applicationSupport,
+            .storage = storage,
+            .preferences = preferences,
+            .powerActivity = powerActivity,
+            .loadAPIToken = [this] { return credentials.loadAPIToken(); },
+            // The desktop has no such question: whoever may talk to the sound server may record.
+            .requestMicrophoneAccess = [] -> Task<bool> { co_return true; },
+            .isDictationBusy = {}};
+}
+
+void Services::startBackgroundServices() {
+    if (std::exchange(didStartBackgroundServices, true)) return;
+    log.info("background services start");
+    tasks.spawn(session.restoreOpenMeeting());
+    tasks.spawn(models.refresh());
+    tasks.spawn(policy.loadDictationEngineAtLaunch());
+}
+
+} // namespace tavrin

@@ -1,0 +1,111 @@
+#pragma once
+
+#include "app/Deployment.h"
+#include "app/LazyModelRuntime.h"
+#include "audio/AudioCaptureService.h"
+#include "audio/DiagnosticsLogger.h"
+#include "audio/MixedAudioCaptureService.h"
+#include "audio/SystemAudioCaptureService.h"
+#include "meeting/MeetingModelPolicy.h"
+#include "meeting/ModelCacheGuard.h"
+#include "meeting/ModelFolderResolver.h"
+#include "meeting/TranscriptionSession.h"
+#include "meeting/WhisperModelService.h"
+#include "platform/linux/JsonPreferences.h"
+#include "platform/linux/LinuxSystemAudioTap.h"
+#include "platform/linux/LogindPowerActivity.h"
+#include "platform/linux/PulseAudioDevices.h"
+#include "platform/linux/PulseServer.h"
+#include "platform/linux/SecretCredentialStore.h"
+#include "server/CredentialLadder.h"
+#include "speech/SpeechModels.h"
+#include "support/async/SerialExecutor.h"
+#include "support/async/TaskScope.h"
+#include "support/async/ThreadPool.h"
+#include "support/files/DiskFolder.h"
+#include "support/files/XdgFolders.h"
+#include "support/time/Clock.h"
+
+namespace tavrin {
+
+/// Everything of the program that has no window, made in one order and destroyed in the other.
+///
+/// Thread:   main. Lifetime: the main executor outlives it.
+/// Errors:   none at construction: what is missing on this computer shows where it is wanted.
+class Services final {
+public:
+    Services(Executor& main, const XdgFolders& folders, Deployment deployment);
+    Services(const Services&) = delete;
+    Services& operator=(const Services&) = delete;
+    ~Services();
+
+    /// Once, when the first window or the tray is up; a second call does nothing. Nothing waits for anything else here:
+    /// the meeting that an earlier run left open, the models, the dictation engine.
+    void startBackgroundServices();
+
+    const XdgFolders folders;
+    const Deployment deployment;
+
+private:
+    Executor& main;
+    const SystemWallClock wallClock;
+    const SystemSteadyClock steadyClock;
+    // Work that may take seconds has threads of its own, so that sound and files never wait for it.
+    ThreadPool modelThreads{3};
+    ThreadPool deviceThreads{2};
+    ThreadPool workThreads{3};
+    SerialExecutor largeEngineWorker{modelThreads};
+    SerialExecutor dictationEngineWorker{modelThreads};
+    SerialExecutor themEngineWorker{modelThreads};
+    SerialExecutor microphoneQueue{deviceThreads};
+    SerialExecutor tapQueue{deviceThreads};
+    SerialExecutor micProcessingQueue{workThreads};
+    SerialExecutor systemIoQueue{workThreads};
+    SerialExecutor meLane{workThreads};
+    SerialExecutor themLane{workThreads};
+    SerialExecutor storage{workThreads};
+
+    DiskFolder applicationSupport;
+    DiskFolder configuration;
+    DiskFolder caches;
+
+public:
+    JsonPreferences preferences;
+    SecretCredentialStore credentialStore;
+    CredentialLadder credentials;
+
+private:
+    LogindPowerActivity powerActivity;
+    LazyModelRuntime modelRuntime;
+    SpeechModelCache speechModels;
+    ModelCacheGuard cacheGuard;
+
+public:
+    ModelFolderResolver modelFolders;
+    WhisperModelService models;
+    MeetingModelPolicy policy;
+
+private:
+    PulseServer soundServer;
+    LinuxSystemAudioTap systemTap;
+
+public:
+    PulseAudioDevices audioDevices;
+
+private:
+    DiagnosticsLogger diagnostics;
+    AudioCaptureService micCapture;
+    SystemAudioCaptureService systemCapture;
+    MixedAudioCaptureService mixedCapture;
+
+public:
+    TranscriptionSession session;
+
+private:
+    [[nodiscard]] TranscriptionSession::Dependencies sessionDependencies();
+
+    bool didStartBackgroundServices = false;
+    TaskScope tasks; // last: dies first
+};
+
+} // namespace tavrin

@@ -1,0 +1,116 @@
+#include "app/Shell.h"
+
+#include "support/log/Log.h"
+#include "ui/ModelSetupSheet.h"
+#include "ui/SideBar.h"
+#include "ui/meeting/MeetingPage.h"
+#include "ui/settings/SettingsPage.h"
+
+namespace tavrin {
+
+namespace {
+
+constexpr Logger log{"Shell"};
+
+SettingsPresenter::Dependencies settingsOf(Executor& main, Services& services) {
+    const auto& folders = services.folders;
+    return {.main = main,
+            .preferences = services.preferences,
+            .credentials = services.credentials,
+            .credentialStore = services.credentialStore,
+            .models = services.models,
+            .folders = services.modelFolders,
+            .privacy = {{.name = "Recordings", .value = (folders.documents() / "Recordings").string()},
+                        {.name = "Diagnostics", .value = (folders.documents() / "Diagnostics").string()},
+                        {.name = "Speech models", .value = (folders.documents() / "OnDeviceModels").string()},
+                        {.name = "Preferences", .value = folders.preferences().string()}},
+            .version = TAVRIN_VERSION};
+}
+
+} // namespace
+
+Shell::Shell(QApplication& app, Executor& mainExecutor, Services& all)
+    : application(app), main(mainExecutor), services(all), theme(app), appearance(theme), window(theme), tray(theme),
+      meeting(services.session, services.audioDevices, window.meetingPage()),
+      settings(settingsOf(main, services), window.settingsPage(), window.modelSetup()) {
+    joinTray();
+    joinWindow();
+    watchDevices();
+    connect(&meeting, &MeetingPresenter::changed, this, [this] { showStatus(); });
+    showStatus();
+}
+
+Shell::~Shell() {
+    services.audioDevices.onChange({});
+    *isAlive = false;
+}
+
+void Shell::openMainWindow() {
+    window.raiseToFront();
+}
+
+void Shell::perform(const QString& action) {
+    auto& session = services.session;
+    if (action == QLatin1String("start-recording"))
+        session.start();
+    else if (action == QLatin1String("pause"))
+        session.pauseRecording();
+    else if (action == QLatin1String("resume"))
+        session.resume();
+    else if (action == QLatin1String("stop"))
+        session.stop();
+    else if (action == QLatin1String("quit"))
+        application.quit();
+    else
+        log.info("an unknown action was asked for");
+}
+
+void Shell::joinTray() {
+    auto& session = services.session;
+    connect(&tray, &TrayIcon::openRequested, this, [this] { openMainWindow(); });
+    connect(&tray, &TrayIcon::startRequested, this, [&session] { session.start(); });
+    connect(&tray, &TrayIcon::pauseRequested, this, [&session] { session.pauseRecording(); });
+    connect(&tray, &TrayIcon::resumeRequested, this, [&session] { session.resume(); });
+    connect(&tray, &TrayIcon::stopRequested, this, [&session] { session.stop(); });
+    connect(&tray, &TrayIcon::quitRequested, this, [this] { application.quit(); });
+}
+
+void Shell::joinWindow() {
+    connect(&window, &MainWindow::quitRequested, this, [this] { application.quit(); });
+    connect(&window, &MainWindow::hiddenByUser, this, [this] { closed(); });
+    connect(&window, &MainWindow::sectionShown, this, [this](Section section) {
+        if (section == Section::settings) settings.refresh();
+    });
+    connect(&window.meetingPage(), &MeetingPage::elapsedShown, this,
+            [this](const QString& time, bool isCapturing) { window.sideBar().setLiveTime(time, isCapturing); });
+    auto& wanted = services.session.state.showWhisperModelSetup;
+    modelSetup = wanted.observe([this](bool isWanted) {
+        if (!isWanted) return;
+        openMainWindow();
+        window.modelSetup().open();
+        services.session.state.showWhisperModelSetup = false;
+    });
+}
+
+void Shell::watchDevices() {
+    services.audioDevices.onChange([this, alive = isAlive] {
+        main.post([this, alive] {
+            if (*alive) meeting.refresh();
+        });
+    });
+}
+
+/// A closed window leaves the program in the tray; without a tray it stays on the bus, and a second start opens it.
+void Shell::closed() {
+    if (!tray.isShown()) log.info("the window is closed; starting the program again opens it");
+}
+
+void Shell::showStatus() {
+    tray.show(meeting.state());
+    const MeetingStatus& status = *services.session.state.status;
+    if (status == lastStatus) return;
+    lastStatus = status;
+    log.info("status: {}", status.phase == MeetingStatus::Phase::error ? "Error" : status.label());
+}
+
+} // namespace tavrin
