@@ -53,7 +53,7 @@ public:
     void mend();
     void start(const std::string& id, Date now);
     void end(Date now);
-    void add(Date now, std::string_view kind, Json fields);
+    void add(Date now, std::string_view kind, const Json& fields);
     void addFrames(Date now, const DiagnosticsCaptureFrameCounter::Handoff& handoff);
 
 private:
@@ -124,7 +124,7 @@ void DiagnosticsLogger::State::end(Date now) {
     sessionStart.reset();
 }
 
-void DiagnosticsLogger::State::add(Date now, std::string_view kind, Json fields) {
+void DiagnosticsLogger::State::add(Date now, std::string_view kind, const Json& fields) {
     if (!sessionStart) return;
     Json event = Json::object();
     event["timestamp"] = now.secondsSince(*sessionStart);

@@ -310,7 +310,7 @@ TEST(PcmArchiveThreads, two_captures_a_reader_of_counts_and_the_storage_thread_d
         std::thread first(capture, std::ref(me));
         std::thread second(capture, std::ref(them));
         std::uint64_t seen = 0;
-        while (seen < pieces * 6U) {
+        while (seen < std::uint64_t{pieces} * 6) {
             EXPECT_GE(me.sampleCount(), seen);
             seen = me.sampleCount();
         }
@@ -319,8 +319,8 @@ TEST(PcmArchiveThreads, two_captures_a_reader_of_counts_and_the_storage_thread_d
     }
     storage.runAndWait([] {});
     folder.restart({});
-    EXPECT_EQ(folder.info("me.pcm")->size, pieces * 12U);
-    EXPECT_EQ(folder.info("them.pcm")->size, pieces * 12U);
+    EXPECT_EQ(folder.info("me.pcm")->size, std::uint64_t{pieces} * 12);
+    EXPECT_EQ(folder.info("them.pcm")->size, std::uint64_t{pieces} * 12);
 }
 
 } // namespace

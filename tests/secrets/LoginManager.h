@@ -49,6 +49,7 @@ public:
     std::vector<std::string> asked() {
         const std::scoped_lock lock(mutex);
         std::vector<std::string> all;
+        all.reserve(inhibitions.size());
         for (const Inhibition& inhibition : inhibitions)
             all.push_back(inhibition.arguments);
         return all;

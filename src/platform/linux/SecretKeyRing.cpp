@@ -125,7 +125,7 @@ private:
         if (!inbox->result) {
             logger.warning("The key ring does not even let go");
             inbox->isAbandoned = true;
-            (void)inbox.release(); // the call's now
+            [[maybe_unused]] Inbox* const callsNow = inbox.release();
             return Answer::silent;
         }
         GError* error = nullptr;
