@@ -110,9 +110,7 @@ std::string toneFile(Tone left, Tone right) {
 }
 
 std::string clickFile() {
-    return writeFile("click.wav", 4, [](double time, int) {
-        return (time >= 1 && time < 1.002) || (time >= 2 && time < 2.002) ? 0.8 : 0.0;
-    });
+    return writeFile("click.wav", 2.5, [](double time, int) { return time >= 1 && time < 1.002 ? 0.8 : 0.0; });
 }
 
 Player::Player(const std::string& call) : process(spawnServices(call)) {}
@@ -145,12 +143,13 @@ bool Recorder::hears(Tone tone, std::size_t channel, Duration limit) {
     });
 }
 
-double Recorder::loudest(double frequency, Duration time) {
+double Recorder::loudest(double frequency, Duration time, std::optional<std::size_t> only) {
     const std::size_t first = pieces().size();
     std::this_thread::sleep_for(time);
     const std::scoped_lock guard(mutex);
     double found = 0;
     for (std::size_t channel = 0; first < taken.size() && channel < taken.back().format.channels; ++channel) {
+        if (only && channel != *only) continue;
         double rate = 0;
         const auto samples = channelSince(first, channel, rate);
         const auto window = static_cast<std::size_t>(rate * windowSeconds);

@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,7 @@ struct Tone {
     double frequency = 0, amplitude = 0;
 };
 std::string toneFile(Tone left, Tone right);
-/// Two clicks a second apart after a second of silence, the same in both channels.
+/// A click after a second of silence, the same in both channels.
 std::string clickFile();
 
 /// Plays in another process until it is destroyed.
@@ -53,8 +54,8 @@ public:
     /// Waits until the last 0.2 s, all of it recorded after this call, hold the tone at this amplitude, within a
     /// tenth, in one channel.
     [[nodiscard]] bool hears(Tone tone, std::size_t channel, Duration limit = 6s);
-    /// The greatest amplitude of this frequency in any 0.2 s and any channel of what comes within `time`.
-    [[nodiscard]] double loudest(double frequency, Duration time);
+    /// The greatest amplitude of this frequency in any 0.2 s of what comes within `time`, in one channel or in any.
+    [[nodiscard]] double loudest(double frequency, Duration time, std::optional<std::size_t> channel = std::nullopt);
     [[nodiscard]] bool waitForBuffers(std::size_t more, Duration limit = 6s);
     /// Waits until a buffer after this call follows a gap.
     [[nodiscard]] bool waitForGap(Duration limit);

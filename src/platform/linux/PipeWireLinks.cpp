@@ -88,7 +88,8 @@ struct PipeWireLinks::Callbacks {
 
     static void streamInfo(void* self, const pw_node_info* info) {
         auto& stream = *static_cast<Bound*>(self);
-        if (info->props == nullptr) return;
+        // Told of anything else, the properties are empty.
+        if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) == 0) return;
         stream.client = number(property(info->props, PW_KEY_CLIENT_ID));
         stream.isExcluded = isOurs(info->props) || !property(info->props, PW_KEY_NODE_LINK_GROUP).empty();
         stream.isKnown = true;
@@ -97,9 +98,11 @@ struct PipeWireLinks::Callbacks {
 
     static void clientInfo(void* self, const pw_client_info* info) {
         auto& client = *static_cast<Bound*>(self);
-        if (info->props == nullptr) return;
+        if ((info->change_mask & PW_CLIENT_CHANGE_MASK_PROPS) == 0) return;
         client.isExcluded = isOurs(info->props);
-        client.isKnown = true;
+        // A relay connects for a program before it says for which.
+        client.isKnown = property(info->props, PW_KEY_CONFIG_NAME) != "pipewire-pulse.conf" ||
+                         !property(info->props, PW_KEY_CLIENT_API).empty();
         client.owner.link();
     }
 
@@ -179,7 +182,7 @@ void PipeWireLinks::linkPort(std::uint32_t id, const Port& port) {
 bool PipeWireLinks::isForeignStream(std::uint32_t node) const {
     const auto stream = streams.find(node);
     if (stream == streams.end() || !stream->second->isKnown || stream->second->isExcluded) return false;
-    if (!stream->second->client) return true;
+    if (!stream->second->client) return false;
     const auto client = clients.find(*stream->second->client);
     return client != clients.end() && client->second->isKnown && !client->second->isExcluded;
 }

@@ -94,6 +94,11 @@ void PulseInventory::refresh(pa_context* context) {
         ask(context);
 }
 
+bool PulseInventory::agrees(const pa_server_info& info, const PulseSnapshot& snapshot) {
+    return resolved(info.default_sink_name) == snapshot.defaultSink &&
+           resolved(info.default_source_name) == snapshot.defaultSource;
+}
+
 void PulseInventory::forget() {
     isAsking = askAgain = false;
 }

@@ -48,9 +48,12 @@ struct PulseServer::Callbacks {
         of(self).inventory.refresh(context);
     }
 
-    static void answer(pa_context*, const pa_server_info*, void* self) {
+    /// A server that relays for another may tell of a change before it knows the new defaults: looked at again here.
+    static void answer(pa_context* context, const pa_server_info* info, void* self) {
         of(self).isAsked = false;
         of(self).since = now();
+        if (info != nullptr && !PulseInventory::agrees(*info, *of(self).snapshot()))
+            of(self).inventory.refresh(context);
     }
 
     static void timer(pa_mainloop_api*, pa_time_event*, const timeval*, void* self) { of(self).tick(); }
