@@ -4,6 +4,7 @@
 #include "ui/components/Card.h"
 #include "ui/components/IconView.h"
 #include "ui/components/Label.h"
+#include "ui/components/Line.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -64,6 +65,7 @@ ModelSetupSheet::ModelSetupSheet(const Theme& shown, QWidget& window)
     content().addSpacing(12);
 
     auto* how = new Card(theme, &body());
+    how->setSunken(true);
     how->content().setContentsMargins(14, 12, 14, 12);
     how->content().setSpacing(4);
     how->content().addWidget(
@@ -106,8 +108,10 @@ void ModelSetupSheet::setModels(const std::vector<SettingsState::Model>& models,
         delete item->widget();
         delete item;
     }
-    for (const auto& model : models)
+    for (const auto& model : models) {
+        if (&model != &models.front()) rows->addWidget(new Line(theme, &body()));
         rows->addWidget(modelRow(theme, model, &body()));
+    }
     useInstalled->setVisible(anyInstalled);
 }
 

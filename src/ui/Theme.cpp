@@ -68,17 +68,22 @@ bool looksDark(const QPalette& palette) {
 
 } // namespace
 
-Theme::Theme(QApplication& themed) : application(themed) {
+Theme::Theme(QApplication& /*application*/) : systemFont(QApplication::font()), systemPalette(QApplication::palette()) {
     registerResources();
     const auto families = QFontDatabase::families();
-    family = families.contains(QStringLiteral("Inter")) ? QStringLiteral("Inter") : application.font().family();
-    systemDark = looksDark(QApplication::palette());
-    scale = systemFontScale(QApplication::font());
+    family = families.contains(QStringLiteral("Inter")) ? QStringLiteral("Inter") : systemFont.family();
+    systemDark = looksDark(systemPalette);
+    scale = systemFontScale(systemFont);
     QApplication::setStyle(new ThemeStyle(*this)); // the application owns it
     apply();
 }
 
-Theme::~Theme() = default;
+Theme::~Theme() {
+    if (!qApp) return;
+    QApplication::setStyle(QStringLiteral("Fusion")); // ours draws with this theme
+    QApplication::setPalette(systemPalette);
+    QApplication::setFont(systemFont);
+}
 
 void Theme::setScheme(Scheme wanted) {
     scheme = wanted;

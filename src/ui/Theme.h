@@ -6,6 +6,7 @@
 #include <QFont>
 #include <QHash>
 #include <QObject>
+#include <QPalette>
 #include <QPixmap>
 #include <QString>
 
@@ -41,6 +42,7 @@ class Theme final : public QObject {
 public:
     enum class Scheme { light, dark, system };
 
+    /// The application exists already: it is what gets the look, and gets its own back when the theme goes.
     /// Starts with the system's scheme, judged by the application's palette, and its font scale.
     explicit Theme(QApplication& application);
     ~Theme() override;
@@ -76,7 +78,8 @@ signals:
 private:
     void apply();
 
-    QApplication& application;
+    const QFont systemFont; // put back at the end
+    const QPalette systemPalette;
     QString family;
     Scheme scheme = Scheme::system;
     bool systemDark = false;

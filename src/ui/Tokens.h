@@ -94,7 +94,7 @@ inline constexpr std::array<TokenColor, static_cast<std::size_t>(Token::count)> 
     {Token::knobOn, 0xFFFFFFFF, 0xFF0E1F1C},      {Token::tip, 0xFF2B2A28, 0xFFECEAE5},
     {Token::tipText, 0xFFF6F5F2, 0xFF1D1C1A},     {Token::segmentOn, 0xFFFFFFFF, 0xFF363533},
     {Token::badge, 0xFFF1EFEA, 0xFF363533},       {Token::veil, 0x611E1C18, 0x8C000000},
-    {Token::shadow, 0x3328241C, 0x8C000000},      {Token::clear, 0x00000000, 0x00000000},
+    {Token::shadow, 0x33000000, 0x8C000000},      {Token::clear, 0x00000000, 0x00000000},
 }};
 
 /// The order in which further speakers of a meeting get their colours.

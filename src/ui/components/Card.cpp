@@ -13,8 +13,14 @@ Card::Card(const Theme& shown, QWidget* parent) : QFrame(parent), theme(shown), 
     followTheme(*this, theme);
 }
 
+void Card::setSunken(bool wanted) {
+    sunken = wanted;
+    update();
+}
+
 void Card::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
+    if (sunken) return fillRounded(painter, rect(), 8, theme.color(Token::sunken));
     fillRounded(painter, rect(), 10, theme.color(Token::surface));
     strokeRounded(painter, rect(), 10, theme.color(Token::line), 1);
 }

@@ -15,6 +15,9 @@ class Card final : public QFrame {
 public:
     explicit Card(const Theme& theme, QWidget* parent = nullptr);
 
+    /// A sunken ground without a line, for a box within a panel.
+    void setSunken(bool sunken);
+
     /// No margins and no spacing: rows reach from edge to edge. Others set their own margins on it.
     [[nodiscard]] QVBoxLayout& content() { return *layout; }
 
@@ -24,6 +27,7 @@ protected:
 private:
     const Theme& theme;
     QVBoxLayout* layout;
+    bool sunken = false;
 };
 
 } // namespace tavrin

@@ -3,6 +3,7 @@
 #include "ui/components/IconView.h"
 #include "ui/components/Label.h"
 
+#include <QHBoxLayout>
 #include <QVBoxLayout>
 
 namespace tavrin {
@@ -21,7 +22,8 @@ EmptyState::EmptyState(const Theme& theme, const QString& iconName, const QStrin
     heading->setAlignment(Qt::AlignHCenter);
     words->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     words->setWordWrap(true);
-    words->setPreferredWidth(textWidth);
+    words->setMaximumWidth(theme.scaled(textWidth));
+    connect(&theme, &Theme::changed, words, [words, &theme] { words->setMaximumWidth(theme.scaled(textWidth)); });
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addStretch(1);
@@ -29,7 +31,11 @@ EmptyState::EmptyState(const Theme& theme, const QString& iconName, const QStrin
     column->addSpacing(16);
     column->addWidget(heading, 0, Qt::AlignHCenter);
     column->addSpacing(4);
-    column->addWidget(words, 0, Qt::AlignHCenter);
+    auto* centred = new QHBoxLayout; // an alignment would ask for the height of a line as wide as the page
+    centred->addStretch(1);
+    centred->addWidget(words, 1000);
+    centred->addStretch(1);
+    column->addLayout(centred);
     column->addStretch(1);
 }
 

@@ -21,6 +21,21 @@ void Label::setColor(Token wanted) {
     update();
 }
 
+void Label::setStyle(TextStyle wanted) {
+    if (style == wanted) return;
+    style = wanted;
+    updateGeometry();
+    update();
+}
+
+void Label::setWordWrap(bool wrap) {
+    QLabel::setWordWrap(wrap);
+    // A fixed height would be that of the hint, whatever the width.
+    QSizePolicy policy(QSizePolicy::Preferred, wrap ? QSizePolicy::Preferred : QSizePolicy::Fixed);
+    policy.setHeightForWidth(wrap);
+    setSizePolicy(policy);
+}
+
 void Label::setTabular(bool wanted) {
     tabular = wanted;
     updateGeometry();
@@ -52,8 +67,9 @@ QSize Label::sizeHint() const {
 }
 
 QSize Label::minimumSizeHint() const {
-    const int least = wordWrap() ? theme.scaled(48) : theme.scaled(24);
-    return {qMin(least, sizeHint().width()), theme.lineHeight(style)};
+    const int natural = sizeHint().width();
+    const bool shrinks = sizePolicy().horizontalPolicy() & QSizePolicy::ShrinkFlag;
+    return {shrinks ? qMin(theme.scaled(wordWrap() ? 48 : 24), natural) : natural, theme.lineHeight(style)};
 }
 
 double Label::layOut(QTextLayout& layout, double width) const {

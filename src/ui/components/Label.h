@@ -20,6 +20,9 @@ public:
           QWidget* parent = nullptr);
 
     void setColor(Token color);
+    void setStyle(TextStyle style);
+    /// As many lines as the text takes, or one.
+    void setWordWrap(bool wrap);
     /// Digits of one width, for times and counts.
     void setTabular(bool tabular);
     /// Lets the text be cut in the middle, as paths are.

@@ -37,7 +37,7 @@ TEST(MeterMotion, the_fall_does_not_depend_on_how_often_it_is_drawn) {
 TEST(MeterMotion, the_mark_holds_for_six_tenths_then_falls_to_the_level) {
     MeterMotion motion;
     motion.set(0.5F, 0);
-    motion.set(0.1F, 0.01);
+    motion.set(0.1F, 0);
     motion.advance(0.6);
     EXPECT_FLOAT_EQ(motion.peak(), 0.5F);
     motion.advance(1.1);

@@ -51,7 +51,6 @@ NoticeLine::NoticeLine(const Theme& shown, Kind ofKind, const QString& text, QWi
     row->addWidget(label, 1);
     row->addWidget(action);
     row->addWidget(close);
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setMinimumHeight(36);
     setAccessibleName(text);
     followTheme(*this, theme);

@@ -14,17 +14,17 @@ constexpr int besides = 32;
 
 } // namespace
 
-ScrollPage::ScrollPage(const Theme& /*theme*/, QWidget* parent) : QScrollArea(parent), column(new QVBoxLayout) {
+ScrollPage::ScrollPage(const Theme& /*theme*/, QWidget* parent)
+    : QScrollArea(parent), centred(nullptr), column(new QVBoxLayout) {
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
     auto* page = new QWidget;
-    auto* centred = new QHBoxLayout(page);
+    centred = new QHBoxLayout(page);
     auto* narrow = new QWidget;
     narrow->setMaximumWidth(widest);
     narrow->setLayout(column);
-    // The bar floats at the edge in the padding, so the padding gives way to it.
     centred->setContentsMargins(besides, 0, besides, 0);
     centred->addStretch(1);
     centred->addWidget(narrow, 1000);
@@ -37,6 +37,12 @@ ScrollPage::ScrollPage(const Theme& /*theme*/, QWidget* parent) : QScrollArea(pa
 
 void ScrollPage::scrollTo(const QWidget& part) {
     verticalScrollBar()->setValue(part.mapTo(widget(), QPoint(0, 0)).y());
+}
+
+void ScrollPage::resizeEvent(QResizeEvent* event) {
+    // The scroll bar takes its room from the padding: content stays where it is when the bar comes and goes.
+    centred->setContentsMargins(besides, 0, besides - (width() - viewport()->width()), 0);
+    QScrollArea::resizeEvent(event);
 }
 
 bool ScrollPage::focusNextPrevChild(bool next) {

@@ -4,6 +4,7 @@
 
 #include <QScrollArea>
 
+class QHBoxLayout;
 class QVBoxLayout;
 
 namespace tavrin {
@@ -22,8 +23,10 @@ public:
 
 protected:
     bool focusNextPrevChild(bool next) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    QHBoxLayout* centred;
     QVBoxLayout* column;
 };
 

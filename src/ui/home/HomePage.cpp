@@ -26,11 +26,15 @@ Card* recordCard(const Theme& theme, Button& start) {
     row->addWidget(new IconView(theme, QStringLiteral("meeting"), 32, Token::accentText, card));
     auto* words = new QVBoxLayout;
     words->setSpacing(0);
-    words->addWidget(new Label(theme, TextStyle::section, HomePage::tr("Record a meeting"), Token::text, card));
+    auto* heading = new Label(theme, TextStyle::section, HomePage::tr("Record a meeting"), Token::text, card);
+    heading->setWordWrap(true);
+    words->addStretch(1);
+    words->addWidget(heading);
     auto* text = new Label(theme, TextStyle::text, HomePage::tr("Both sides are written down while you talk."),
                            Token::text2, card);
     text->setWordWrap(true);
     words->addWidget(text);
+    words->addStretch(1);
     row->addLayout(words, 1);
     row->addWidget(new KeyCap(theme, {QStringLiteral("Ctrl"), QStringLiteral("R")}, card));
     row->addWidget(&start);
@@ -55,9 +59,10 @@ QVBoxLayout* emptyColumn(const Theme& theme, const QString& heading, const QStri
 
 } // namespace
 
-HomePage::HomePage(const Theme& theme, QWidget* parent)
-    : QWidget(parent), title(new Label(theme, TextStyle::page)),
-      start(new Button(theme, Button::Kind::primary, tr("Start Recording"), QStringLiteral("record"))) {
+HomePage::HomePage(const Theme& shown, QWidget* parent)
+    : QWidget(parent), theme(shown), title(new Label(theme, TextStyle::page)),
+      start(new Button(theme, Button::Kind::primary, tr("Start Recording"), QStringLiteral("record"))),
+      columns(new QBoxLayout(QBoxLayout::LeftToRight)) {
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     auto* page = new ScrollPage(theme, this);
@@ -65,7 +70,6 @@ HomePage::HomePage(const Theme& theme, QWidget* parent)
     title->setMinimumHeight(32);
     page->content().addWidget(title);
     page->content().addWidget(recordCard(theme, *start));
-    auto* columns = new QHBoxLayout;
     columns->setSpacing(24);
     columns->addLayout(emptyColumn(theme, tr("Recent meetings"), QStringLiteral("waveform"),
                                    tr("No list of meetings yet"),
@@ -76,7 +80,18 @@ HomePage::HomePage(const Theme& theme, QWidget* parent)
                                    tr("Tasks due today will appear here. They come with a later version.")),
                        1);
     page->content().addLayout(columns, 1);
+    connect(&theme, &Theme::changed, this, &HomePage::fit);
     connect(start, &Button::clicked, this, &HomePage::startRequested);
+}
+
+void HomePage::fit() {
+    constexpr int leastLeft = 400;
+    const int left = (width() - 64) * 2 / 3;
+    columns->setDirection(left < leastLeft * theme.fontScale() ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+}
+
+void HomePage::resizeEvent(QResizeEvent* /*event*/) {
+    fit();
 }
 
 void HomePage::setStartEnabled(bool enabled) {

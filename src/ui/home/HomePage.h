@@ -4,6 +4,8 @@
 
 #include <QWidget>
 
+class QBoxLayout;
+
 namespace tavrin {
 
 class Button;
@@ -24,10 +26,15 @@ signals:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void fit();
+
+    const Theme& theme;
     Label* title;
     Button* start;
+    QBoxLayout* columns;
 };
 
 } // namespace tavrin

@@ -17,7 +17,7 @@ namespace tavrin {
 namespace {
 
 constexpr int footHeight = 57; // 56 and the line above
-constexpr int narrowPage = 800;
+constexpr int narrowPage = 900;
 
 } // namespace
 
@@ -81,6 +81,7 @@ void MeetingFoot::show(const MeetingState& state) {
     if (state.phase == MeetingPhase::error && status.isEmpty()) text.first.clear(); // said above, where it happened
     icon->setVisible(behind);
     first->setText(text.first);
+    first->setStyle(behind ? TextStyle::caption : TextStyle::text);
     first->setColor(behind ? Token::text : Token::text2);
     secondLine = text.second;
     second->setText(secondLine);
@@ -89,7 +90,12 @@ void MeetingFoot::show(const MeetingState& state) {
 }
 
 void MeetingFoot::fit() {
-    second->setVisible(!secondLine.isEmpty() && width() >= narrowPage * theme.fontScale());
+    const bool narrow = width() < narrowPage * theme.fontScale();
+    second->setVisible(!secondLine.isEmpty() && !narrow);
+    // Larger type needs the room for what is said.
+    const bool cramped = narrow && theme.fontScale() > 1.2;
+    workspace->setPreferredWidth(cramped ? 76 : 152);
+    client->setPreferredWidth(cramped ? 64 : 136);
 }
 
 void MeetingFoot::resizeEvent(QResizeEvent* /*event*/) {

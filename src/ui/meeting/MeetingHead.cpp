@@ -83,6 +83,7 @@ void MeetingHead::addButtons(QHBoxLayout& row) {
     elapsed->setAlignment(Qt::AlignRight);
     elapsed->setAccessibleName(tr("Elapsed time"));
     elapsed->setMinimumWidth(leastElapsed);
+    elapsed->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Fixed); // a time is never cut
     right->addWidget(elapsed, 0, Qt::AlignVCenter);
     right->addWidget(busy, 0, Qt::AlignVCenter);
     auto* buttons = new QHBoxLayout;
@@ -153,6 +154,8 @@ void MeetingHead::pauseOrResume() {
 }
 
 void MeetingHead::fitMeters() {
+    const bool cramped = theme.fontScale() > 1.2 && width() < narrowPage * theme.fontScale();
+    elapsed->setStyle(cramped ? TextStyle::section : TextStyle::numerals);
     const int wide = width() < narrowPage * theme.fontScale() ? metersNarrow : metersWide;
     meters->setFixedWidth(theme.fontScale() > 1 ? qRound(wide * (1 + (theme.fontScale() - 1) / 3)) : wide);
 }

@@ -12,6 +12,7 @@
 #include "ui/meeting/TranscriptView.h"
 
 #include <QHBoxLayout>
+#include <QScrollArea>
 #include <QVBoxLayout>
 #include <array>
 
@@ -48,11 +49,7 @@ MeetingPage::MeetingPage(const Theme& shown, QWidget* parent)
       notice(new NoticeLine(shown, NoticeLine::Kind::warning, {}, this)),
       restored(new NoticeLine(shown, NoticeLine::Kind::info,
                               tr("This meeting was interrupted. What had been recorded is shown here."), this)),
-      lines(new TranscriptView(shown, this)),
-      empty(new EmptyState(shown, QStringLiteral("waveform"), tr("Ready to record"),
-                           tr("Transcript will appear here while recording.\nYour microphone and this computer’s sound "
-                              "are saved from the first second."),
-                           this)),
+      lines(new TranscriptView(shown, this)), empty(new QScrollArea(this)),
       microphone(new DeviceChip(shown, QStringLiteral("microphone"), tr("Microphone"))),
       speaker(new DeviceChip(shown, QStringLiteral("speaker"), tr("Speaker"))), foot(new MeetingFoot(shown, this)) {
     auto* column = new QVBoxLayout(this);
@@ -70,8 +67,15 @@ MeetingPage::MeetingPage(const Theme& shown, QWidget* parent)
     column->addWidget(lines, 1);
     column->addWidget(empty, 1);
     column->addWidget(foot);
-    empty->add(deviceRow(*microphone, *speaker), 20);
-    empty->add(startHint(theme), 16);
+    auto* ready = new EmptyState(theme, QStringLiteral("waveform"), tr("Ready to record"),
+                                 tr("Transcript will appear here while recording.\nYour microphone and this computer’s "
+                                    "sound are saved from the first second."));
+    ready->add(deviceRow(*microphone, *speaker), 20);
+    ready->add(startHint(theme), 16);
+    empty->setFrameShape(QFrame::NoFrame);
+    empty->setFocusPolicy(Qt::NoFocus);
+    empty->setWidgetResizable(true);
+    empty->setWidget(ready);
     notice->setClosable(true);
     connect(notice, &NoticeLine::closeRequested, this, &MeetingPage::noticeDismissed);
     connect(top, &MeetingHead::startRequested, this, &MeetingPage::startRequested);

@@ -7,11 +7,12 @@
 #include <QWidget>
 #include <vector>
 
+class QScrollArea;
+
 namespace tavrin {
 
 class DeviceChip;
 class ElapsedClock;
-class EmptyState;
 class MeetingFoot;
 class MeetingHead;
 class NoticeLine;
@@ -58,7 +59,7 @@ private:
     NoticeLine* notice;
     NoticeLine* restored;
     TranscriptView* lines;
-    EmptyState* empty;
+    QScrollArea* empty;
     DeviceChip* microphone;
     DeviceChip* speaker;
     MeetingFoot* foot;

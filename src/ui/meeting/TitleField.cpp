@@ -14,7 +14,7 @@ TitleField::TitleField(const Theme& shown, const QString& accessibleName, QWidge
     setAccessibleName(accessibleName);
     setFrame(false);
     setMaxLength(longestTitle);
-    setTextMargins(0, 0, 0, 0);
+    setTextMargins(-2, 0, -2, 0); // the toolkit keeps 2 free at each side
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(&theme, &Theme::changed, this, &TitleField::dress);
     dress();

@@ -94,8 +94,9 @@ void SettingsPage::addAccount(QVBoxLayout& page) {
     token = new LineField(theme, tr("API token"), tr("Paste a token"), {}, row);
     token->edit().setEchoMode(QLineEdit::Password);
     token->edit().setMaxLength(longestToken);
-    token->setFixedWidth(theme.scaled(264));
-    connect(&theme, &Theme::changed, token, [this] { token->setFixedWidth(theme.scaled(264)); });
+    const auto fitToken = [this] { token->setFixedWidth(qMin(theme.scaled(264), 320)); };
+    fitToken();
+    connect(&theme, &Theme::changed, token, fitToken);
     saveToken = new Button(theme, Button::Kind::normal, tr("Save"), {}, row);
     row->add(token);
     row->add(saveToken);

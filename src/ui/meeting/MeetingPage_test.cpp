@@ -1,0 +1,159 @@
+#include "ui/UiTestSupport.h"
+#include "ui/components/Button.h"
+#include "ui/components/LevelMeter.h"
+#include "ui/components/NoticeLine.h"
+#include "ui/meeting/ElapsedClock.h"
+#include "ui/meeting/MeetingFoot.h"
+#include "ui/meeting/MeetingHead.h"
+#include "ui/meeting/MeetingPage.h"
+#include "ui/meeting/TitleField.h"
+#include "ui/meeting/TranscriptView.h"
+
+#include <QTimer>
+
+namespace tavrin {
+
+namespace {
+
+class MeetingPageTest : public UiTest {
+protected:
+    MeetingPageTest() {
+        page.resize(900, 700);
+        page.show();
+    }
+
+    void show(MeetingPhase phase) {
+        MeetingState state;
+        state.phase = phase;
+        state.statusText = "Status";
+        state.title = "Review";
+        state.errorText = "Microphone access denied.";
+        if (phase == MeetingPhase::recording) state.notice = "Quiet.";
+        page.show(state);
+        settle();
+    }
+
+    QStringList stopNames() {
+        QStringList names;
+        for (QWidget* stop : tabStops(page)) {
+            auto* button = qobject_cast<QAbstractButton*>(stop);
+            names += button && !button->text().isEmpty() ? button->text() : stop->accessibleName();
+        }
+        return names;
+    }
+
+    MeetingPage page{theme};
+};
+
+TEST_F(MeetingPageTest, tab_reaches_what_each_phase_offers_in_reading_order) {
+    page.setLines({line(1, "Me", "Words.")});
+    const QString title = QStringLiteral("Title of the meeting");
+    const QString lines = QStringLiteral("Transcript");
+    const std::vector<std::pair<MeetingPhase, QStringList>> expected{
+        {MeetingPhase::idle, {title, QStringLiteral("Start Recording"), lines}},
+        {MeetingPhase::loading, {title, QStringLiteral("Pause"), QStringLiteral("Stop"), lines}},
+        {MeetingPhase::recording,
+         {title, QStringLiteral("Pause"), QStringLiteral("Stop"), QStringLiteral("Dismiss"), lines}},
+        {MeetingPhase::paused, {title, QStringLiteral("Resume"), QStringLiteral("Stop"), lines}},
+        {MeetingPhase::processing, {title, QStringLiteral("Stop"), lines}},
+        {MeetingPhase::error, {title, QStringLiteral("Start Recording"), lines}},
+    };
+    for (const auto& [phase, names] : expected) {
+        show(phase);
+        EXPECT_EQ(stopNames(), names) << int(phase);
+        QPoint last(-1, -1);
+        for (QWidget* stop : tabStops(page)) {
+            const QPoint at = stop->mapTo(&page, QPoint(0, 0));
+            const bool sameRow = at.y() < last.y() + 30;
+            EXPECT_TRUE(sameRow ? at.x() > last.x() : at.y() > last.y()) << qPrintable(stop->accessibleName());
+            last = at;
+        }
+    }
+}
+
+TEST_F(MeetingPageTest, keys_do_what_the_shown_buttons_do) {
+    QStringList asked;
+    QObject::connect(&page, &MeetingPage::startRequested, [&] { asked += QStringLiteral("start"); });
+    QObject::connect(&page, &MeetingPage::pauseRequested, [&] { asked += QStringLiteral("pause"); });
+    QObject::connect(&page, &MeetingPage::resumeRequested, [&] { asked += QStringLiteral("resume"); });
+    QObject::connect(&page, &MeetingPage::stopRequested, [&] { asked += QStringLiteral("stop"); });
+    for (const auto phase : {MeetingPhase::idle, MeetingPhase::recording, MeetingPhase::paused}) {
+        show(phase);
+        page.head().startOrStop();
+        page.head().pauseOrResume();
+    }
+    EXPECT_EQ(asked.join(QLatin1Char(' ')), QStringLiteral("start stop pause stop resume"));
+
+    MeetingState state;
+    state.startEnabled = false;
+    page.show(state);
+    page.head().startOrStop();
+    EXPECT_EQ(asked.size(), 5);
+}
+
+TEST_F(MeetingPageTest, a_title_is_told_once_and_not_overwritten_while_it_is_written) {
+    show(MeetingPhase::recording);
+    QStringList titles;
+    QObject::connect(&page, &MeetingPage::titleEdited, [&](const QString& title) { titles += title; });
+    auto* title = page.findChild<TitleField*>();
+    QApplication::setActiveWindow(&page);
+    title->setFocus();
+    settle();
+    ASSERT_TRUE(title->hasFocus());
+    title->selectAll();
+    QKeyEvent typed(QEvent::KeyPress, Qt::Key_X, Qt::NoModifier, QStringLiteral("x"));
+    QCoreApplication::sendEvent(title, &typed);
+    show(MeetingPhase::recording); // a level, a line or a second may come at any time
+    EXPECT_EQ(title->text(), QStringLiteral("x"));
+    press(*title, Qt::Key_Return);
+    settle();
+    EXPECT_EQ(titles, QStringList{QStringLiteral("x")});
+}
+
+TEST_F(MeetingPageTest, messages_are_shown_in_this_desktops_words) {
+    MeetingState state;
+    state.phase = MeetingPhase::error;
+    state.errorText = "Tavrin API token not set. Open Settings (⌘,) to add your token.";
+    page.show(state);
+    bool found = false;
+    for (const auto* notice : page.findChildren<NoticeLine*>())
+        found |= notice->isVisible() && notice->text().contains(QStringLiteral("(Ctrl+,)"));
+    EXPECT_TRUE(found);
+}
+
+TEST_F(MeetingPageTest, nothing_wakes_up_while_nothing_is_recorded) {
+    show(MeetingPhase::recording);
+    page.setLevels(0.8F, 0.1F);
+    EXPECT_TRUE(page.findChild<ElapsedClock*>()->isCounting());
+    for (const auto phase : {MeetingPhase::paused, MeetingPhase::idle, MeetingPhase::error}) {
+        show(phase);
+        EXPECT_FALSE(page.findChild<ElapsedClock*>()->isCounting());
+        for (const auto* meter : page.findChildren<LevelMeter*>())
+            EXPECT_FALSE(meter->isMoving());
+        for (const auto* timer : page.findChildren<QTimer*>())
+            EXPECT_FALSE(timer->isActive());
+    }
+}
+
+TEST(ElapsedText, counts_minutes_then_hours) {
+    const std::pair<double, const char*> cases[] = {{0, "0:00"},        {-5, "0:00"},          {59.99, "0:59"},
+                                                    {1457, "24:17"},    {3600, "1:00:00"},     {5057.9, "1:24:17"},
+                                                    {1e12, "99:59:59"}, {std::nan(""), "0:00"}};
+    for (const auto& [seconds, text] : cases)
+        EXPECT_EQ(elapsedText(seconds), QString::fromLatin1(text));
+}
+
+TEST(BacklogText, names_whole_minutes_and_at_least_one) {
+    EXPECT_TRUE(backlogText(0).first.isEmpty());
+    EXPECT_TRUE(backlogText(std::nan("")).first.isEmpty());
+    for (const auto& [seconds, minutes] : {std::pair{0.5, 1}, std::pair{119.9, 1}, std::pair{120.0, 2}}) {
+        const BacklogText text = backlogText(seconds);
+        EXPECT_EQ(text.first, QStringLiteral("Transcription is about %1 min behind.").arg(minutes));
+        EXPECT_EQ(text.second, QString::fromUtf8("Keep the app open until it catches up after you stop — audio is "
+                                                 "saved locally."));
+    }
+}
+
+} // namespace
+
+} // namespace tavrin
