@@ -30,9 +30,9 @@ TEST(PipeWireBlocks, short_cycles_become_pieces_of_20_ms_and_long_ones_are_split
     ASSERT_NE(blocks.front(), nullptr);
     EXPECT_EQ(blocks.front()->frames, 1000U);
     EXPECT_EQ(blocks.front()->end, SteadyInstant(2s));
-    EXPECT_EQ(blocks.front()->samples[2 * 499 + 1], right[499]);
-    EXPECT_EQ(blocks.front()->samples[2 * 999], left[999]);
-    EXPECT_EQ(blocks.front()->samples[2 * 999 + 1], 0.0F);
+    EXPECT_EQ(blocks.front()->samples[999], right[499]);
+    EXPECT_EQ(blocks.front()->samples[1998], left[999]);
+    EXPECT_EQ(blocks.front()->samples[1999], 0.0F);
     blocks.pop();
 
     EXPECT_TRUE(blocks.write(left.data(), right.data(), 4800, 48000, SteadyInstant(3s)));

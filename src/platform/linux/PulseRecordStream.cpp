@@ -82,6 +82,7 @@ void PulseRecordStream::connect(std::size_t fragment) {
                                         static_cast<std::uint32_t>(frames * source.format.channels * sizeof(float))};
     // The server neither resamples nor mixes, and it does not move the stream: it would move a microphone's stream
     // onto the repetition of a speaker.
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags that are added up
     constexpr auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_FIX_RATE | PA_STREAM_FIX_CHANNELS |
                                                           PA_STREAM_DONT_MOVE | PA_STREAM_ADJUST_LATENCY |
                                                           PA_STREAM_INTERPOLATE_TIMING | PA_STREAM_AUTO_TIMING_UPDATE);

@@ -30,6 +30,7 @@ struct PulseServer::Callbacks {
     static void state(pa_context* context, void* self) {
         switch (pa_context_get_state(context)) {
         case PA_CONTEXT_READY: {
+            // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags that are added up
             constexpr auto events = static_cast<pa_subscription_mask_t>(
                 PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE);
             if (auto* operation = pa_context_subscribe(context, events, nullptr, nullptr); operation != nullptr)
