@@ -110,6 +110,63 @@ TEST_F(MainWindowTest, nothing_is_wider_than_the_least_window_at_any_type_size) 
     }
 }
 
+TEST_F(MainWindowTest, tab_walks_the_settings_from_top_to_bottom) {
+    SettingsState state;
+    state.tokenSaved = true;
+    state.languages = {{"auto", "Detect automatically"}, {"en", "English"}};
+    state.language = "auto";
+    state.spellings = {{"british", "British"}, {"american", "American"}};
+    state.spelling = "british";
+    auto& page = window.settingsPage();
+    page.show(state);
+    window.showSection(Section::settings);
+    settle();
+    QStringList names;
+    page.findChild<QLineEdit*>()->setFocus(Qt::TabFocusReason);
+    for (int i = 0; i < 5; ++i) {
+        QWidget* now = QApplication::focusWidget();
+        ASSERT_NE(now, nullptr);
+        const auto* button = qobject_cast<QAbstractButton*>(now);
+        names += button ? button->text() : now->accessibleName();
+        press(*now, Qt::Key_Tab);
+    }
+    EXPECT_EQ(names.join(QStringLiteral(", ")),
+              QStringLiteral("API token, Remove, Look again, Speech language, British"));
+}
+
+TEST_F(MainWindowTest, a_live_change_of_the_theme_reaches_everything) {
+    const auto fill = [](MainWindow& target) {
+        SettingsState state;
+        state.models = {{"Meeting model", "Writes", "/somewhere", "Ready", SettingsState::Model::Condition::ready}};
+        state.privacy = {{"Transcripts", "here"}};
+        state.tokenState = "Saved.";
+        target.settingsPage().show(state);
+        MeetingState meeting;
+        meeting.phase = MeetingPhase::paused;
+        meeting.title = "Review";
+        meeting.notice = "Quiet.";
+        meeting.backlogSeconds = 200;
+        target.meetingPage().show(meeting);
+        target.meetingPage().setLines({line(1, "Me", "Words."), line(2, "Them", "More words.")});
+        target.setFocus(); // no blinking cursor in the pictures
+    };
+    const auto picture = [](MainWindow& target, Section section) {
+        target.showSection(section);
+        settle();
+        return target.grab().toImage();
+    };
+    fill(window);
+    for (const auto section : {Section::meeting, Section::settings, Section::home})
+        picture(window, section);
+    theme.setScheme(Theme::Scheme::dark);
+    theme.setFontScale(1.5);
+    MainWindow fresh(theme);
+    fresh.show();
+    fill(fresh);
+    for (const auto section : {Section::meeting, Section::settings, Section::home})
+        EXPECT_EQ(picture(window, section), picture(fresh, section)) << int(section);
+}
+
 TEST_F(MainWindowTest, a_token_is_hidden_trimmed_and_saved_by_enter) {
     QStringList saved;
     auto& page = window.settingsPage();

@@ -12,6 +12,7 @@
 #include <QToolTip>
 #include <QWidget>
 #include <algorithm>
+#include <memory>
 
 // Resources of a static library are known only after this call, which may not stand inside a namespace.
 static void registerResources() {
@@ -74,7 +75,7 @@ Theme::Theme(QApplication& /*application*/) : systemFont(QApplication::font()), 
     family = families.contains(QStringLiteral("Inter")) ? QStringLiteral("Inter") : systemFont.family();
     systemDark = looksDark(systemPalette);
     scale = systemFontScale(systemFont);
-    QApplication::setStyle(new ThemeStyle(*this)); // the application owns it
+    QApplication::setStyle(std::make_unique<ThemeStyle>(*this).release()); // the application owns it
     apply();
 }
 

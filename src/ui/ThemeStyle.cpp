@@ -29,7 +29,7 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opt
         painter->fillRect(option->rect, theme.color(Token::panel));
         return;
     case PE_FrameMenu:
-        strokeRounded(*painter, option->rect, 0, theme.color(Token::line), 1);
+        strokeRounded(*painter, option->rect, 0, theme.color(Token::line2), 1);
         return;
     default:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
@@ -122,13 +122,11 @@ int ThemeStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWid
                           QStyleHintReturn* returned) const {
     switch (hint) {
     case SH_ComboBox_Popup:
-        return 0;
     case SH_ScrollBar_Transient:
+    case SH_Widget_Animation_Duration:
         return 0;
     case SH_ToolTipLabel_Opacity:
         return 255;
-    case SH_Widget_Animation_Duration:
-        return 0;
     default:
         return QProxyStyle::styleHint(hint, option, widget, returned);
     }

@@ -33,7 +33,8 @@ void FocusRing::follow(QWidget* focused) {
         part->removeEventFilter(this);
     target = nullptr;
     const bool ours = focused && focused->window() == window() && focused->property(radiusProperty).isValid();
-    if (ours && window()->testAttribute(Qt::WA_KeyboardFocusChange)) {
+    const bool byMouse = QApplication::mouseButtons() != Qt::NoButton;
+    if (ours && !byMouse && window()->testAttribute(Qt::WA_KeyboardFocusChange)) {
         target = focused;
         // Whatever moves the control, a scrolled page for one, moves the ring.
         for (QWidget* part = focused; part && part != window(); part = part->parentWidget())

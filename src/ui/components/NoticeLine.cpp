@@ -51,7 +51,7 @@ NoticeLine::NoticeLine(const Theme& shown, Kind ofKind, const QString& text, QWi
     row->addWidget(label, 1);
     row->addWidget(action);
     row->addWidget(close);
-    setMinimumHeight(36);
+    setMinimumHeight(theme.scaled(36));
     setAccessibleName(text);
     followTheme(*this, theme);
     connect(&theme, &Theme::changed, this, [this, row] {

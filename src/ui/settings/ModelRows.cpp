@@ -29,33 +29,38 @@ Badge::Kind badgeOf(SettingsState::Model::Condition condition) {
 
 } // namespace
 
-ModelRows::ModelRows(const Theme& chosen, QWidget* parent) : QWidget(parent), theme(chosen), card(nullptr) {
+ModelRows::ModelRows(const Theme& chosen, QWidget* parent)
+    : QWidget(parent), theme(chosen), card(new Card(chosen, this)), rows(new QVBoxLayout),
+      footer(new Row(chosen, tr("Installed models"),
+                     tr("Install more with ./tavrin setup or ./tavrin models add, then look again."), card)),
+      busy(new BusyRing(chosen, tr("Looking for models"), footer)),
+      refresh(new Button(chosen, Button::Kind::normal, tr("Look again"), QStringLiteral("sync"), footer)) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(card);
+    rows->setSpacing(0);
+    card->content().addLayout(rows);
+    card->content().addWidget(footer);
+    refresh->setSize(Button::Size::small);
+    footer->add(busy);
+    footer->add(refresh);
+    footer->setMinimumRowHeight(52);
+    busy->hide();
+    connect(refresh, &Button::clicked, this, &ModelRows::refreshRequested);
 }
 
 void ModelRows::show(const std::vector<SettingsState::Model>& models, bool checking) {
-    if (filled && models == shown && checking == shownChecking) return;
-    const bool hadFocus = card && card->focusWidget() && card->focusWidget()->hasFocus();
-    filled = true;
-    shown = models;
-    shownChecking = checking;
-    delete card;
-    card = new Card(theme, this);
-    for (const auto& model : models)
-        card->content().addWidget(rowOf(model));
-    auto* footer = new Row(theme, tr("Installed models"),
-                           tr("Install more with ./tavrin setup or ./tavrin models add, then look again."), card);
-    footer->setLineAbove(!models.empty());
-    if (checking) footer->add(new BusyRing(theme, tr("Looking for models"), footer));
-    auto* refresh = new Button(theme, Button::Kind::normal, tr("Look again"), QStringLiteral("sync"), footer);
-    refresh->setSize(Button::Size::small);
+    busy->setVisible(checking);
     refresh->setEnabled(!checking);
-    footer->add(refresh);
-    connect(refresh, &Button::clicked, this, &ModelRows::refreshRequested);
-    card->content().addWidget(footer);
-    layout()->addWidget(card);
-    if (hadFocus) refresh->setFocus(Qt::OtherFocusReason);
+    if (models == shown) return;
+    shown = models;
+    while (QLayoutItem* item = rows->takeAt(0)) {
+        delete item->widget();
+        delete item;
+    }
+    for (const auto& model : shown)
+        rows->addWidget(rowOf(model));
+    footer->setLineAbove(!shown.empty());
 }
 
 QWidget* ModelRows::rowOf(const SettingsState::Model& model) const {

@@ -5,9 +5,14 @@
 
 #include <QWidget>
 
+class QVBoxLayout;
+
 namespace tavrin {
 
+class BusyRing;
+class Button;
 class Card;
+class Row;
 
 /// The card of the models: a row each with its state and its folder, and a button that looks again.
 class ModelRows final : public QWidget {
@@ -26,9 +31,11 @@ private:
 
     const Theme& theme;
     Card* card;
+    QVBoxLayout* rows;
+    Row* footer; // stays, and with it the place of its button in the order of the Tab key
+    BusyRing* busy;
+    Button* refresh;
     std::vector<SettingsState::Model> shown;
-    bool shownChecking = false;
-    bool filled = false;
 };
 
 } // namespace tavrin
