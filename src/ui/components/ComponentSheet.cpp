@@ -23,7 +23,6 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QVBoxLayout>
-
 #include <utility>
 
 namespace tavrin {
@@ -31,7 +30,9 @@ namespace tavrin {
 namespace {
 
 // Words of this page are for ourselves and not translated.
-QString q(const char* text) { return QString::fromUtf8(text); }
+QString q(const char* text) {
+    return QString::fromUtf8(text);
+}
 
 /// Draws a focus ring around the one thing in it, as the window's ring does.
 class Ringed final : public QWidget {
@@ -77,8 +78,10 @@ ComponentSheet::ComponentSheet(const Theme& shown, QWidget* parent) : QWidget(pa
         column->setSpacing(16);
         columns->addLayout(column, 1);
     }
-    for (Card* each : {switches(), meters(), rows(), emptyState(), type()}) left->addWidget(each);
-    for (Card* each : {badges(), transcript(), tabs(), notices()}) right->addWidget(each);
+    for (Card* each : {switches(), meters(), rows(), emptyState(), type()})
+        left->addWidget(each);
+    for (Card* each : {badges(), transcript(), tabs(), notices()})
+        right->addWidget(each);
     left->addStretch(1);
     right->addStretch(1);
     whole->addLayout(columns);
@@ -119,14 +122,16 @@ Card* ComponentSheet::buttons() {
         const char* icon;
     };
     using enum Button::Kind;
-    constexpr std::array samples{Sample{primary, "Sync", "sync"}, Sample{normal, "Cancel", ""}, Sample{red, "Stop", "stop"},
-                                 Sample{destructive, "Delete", "trash"}, Sample{quiet, "Quiet", ""}};
+    constexpr std::array samples{Sample{primary, "Sync", "sync"}, Sample{normal, "Cancel", ""},
+                                 Sample{red, "Stop", "stop"}, Sample{destructive, "Delete", "trash"},
+                                 Sample{quiet, "Quiet", ""}};
     using Look = Button::Look;
     constexpr std::array looks{std::pair{Look::normal, "normal"}, std::pair{Look::hover, "hover"},
-                               std::pair{Look::pressed, "pressed"}, std::pair{Look::focus, "focus"}, std::pair{Look::disabled, "disabled"}};
-    QHBoxLayout* row = nullptr;
+                               std::pair{Look::pressed, "pressed"}, std::pair{Look::focus, "focus"},
+                               std::pair{Look::disabled, "disabled"}};
+    QHBoxLayout* row = addRow(*made);
     for (std::size_t i = 0; i < samples.size(); ++i) {
-        if (i % 2 == 0) row = addRow(*made);
+        if (i % 2 == 0 && i > 0) row = addRow(*made);
         for (const auto& [look, name] : looks) {
             auto* button = new Button(theme, samples[i].kind, q(samples[i].text), q(samples[i].icon));
             button->pinLook(look);
@@ -230,8 +235,8 @@ Card* ComponentSheet::rows() {
 
 Card* ComponentSheet::emptyState() {
     Card* made = card(q("Empty state"), q("mark 32, gap 16, title 15, text 13 at most 380 wide, gap 12, one button"));
-    auto* state = new EmptyState(theme, q("meeting"), q("No meetings yet"),
-                                 q("Previous meetings will appear here for 30 days."));
+    auto* state =
+        new EmptyState(theme, q("meeting"), q("No meetings yet"), q("Previous meetings will appear here for 30 days."));
     state->add(new Button(theme, Button::Kind::normal, q("Start Recording"), q("record")));
     state->setMinimumHeight(150);
     made->content().addWidget(state);
@@ -284,7 +289,8 @@ Card* ComponentSheet::transcript() {
         return segment;
     };
     view->setLines({line(0, "Me", "Four days is tight, but it works."),
-                    line(1, "Them", "Yes. And who signs off the texts?"), line(2, "Them", "I would rather have one name."),
+                    line(1, "Them", "Yes. And who signs off the texts?"),
+                    line(2, "Them", "I would rather have one name."),
                     line(3, "Anke Brandt", "Further speakers take one of eight colours.")});
     view->setInterim(q("Transcribing…"));
     view->setFixedHeight(260);
@@ -311,7 +317,8 @@ Card* ComponentSheet::notices() {
     warning->setClosable(true);
     auto* error = new NoticeLine(theme, NoticeLine::Kind::error, q("Microphone access denied."));
     error->setAction(q("Open Settings"));
-    for (NoticeLine* each : {info, warning, error}) made->content().addWidget(each);
+    for (NoticeLine* each : {info, warning, error})
+        made->content().addWidget(each);
     return made;
 }
 
