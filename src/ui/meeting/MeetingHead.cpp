@@ -63,7 +63,7 @@ void MeetingHead::addMeters(QHBoxLayout& row) {
     grid->setHorizontalSpacing(8);
     grid->setVerticalSpacing(8);
     int line = 0;
-    for (auto [name, meter] : {std::pair{tr("Me"), me}, std::pair{tr("Them"), them}}) {
+    for (const auto& [name, meter] : {std::pair{tr("Me"), me}, std::pair{tr("Them"), them}}) {
         auto* label = new Label(theme, TextStyle::caption, name, Token::text2, meters);
         label->setAlignment(Qt::AlignRight);
         grid->addWidget(label, line, 0);
