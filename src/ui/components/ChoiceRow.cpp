@@ -30,7 +30,7 @@ void ChoiceRow::setChoices(const QStringList& names) {
         buttons.append(button);
         row->insertWidget(index, button);
     }
-    setCurrent(qBound(0, chosenIndex, int(buttons.size()) - 1));
+    setCurrent(qMin(qMax(chosenIndex, 0), int(buttons.size()) - 1)); // nothing where there are no choices
 }
 
 void ChoiceRow::setCurrent(int index) {

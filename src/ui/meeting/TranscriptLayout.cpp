@@ -105,7 +105,7 @@ double TranscriptLayout::estimate(const Group& group) const {
     const double perLine = std::max(1.0, textWidth / (theme.scaled(13) * 0.52)); // characters
     double height = captionHeight() + groupGap + (group.lines - 1) * lineGap;
     for (int i = 0; i < group.lines; ++i) {
-        const auto& text = allLines[std::size_t(group.firstLine + i)].text;
+        const auto& text = allLines[std::size_t(group.firstLine) + std::size_t(i)].text;
         height += std::max(1.0, std::ceil(double(text.size()) / perLine)) * lineHeight;
     }
     return height;
@@ -150,7 +150,7 @@ const TranscriptLayout::Laid& TranscriptLayout::laid(int index) {
     const double lineHeight = theme.lineHeight(TextStyle::paragraph);
     double top = captionHeight();
     for (int i = 0; i < group.lines; ++i) {
-        auto text = std::make_unique<QTextLayout>(allLines[std::size_t(group.firstLine + i)].text,
+        auto text = std::make_unique<QTextLayout>(allLines[std::size_t(group.firstLine) + std::size_t(i)].text,
                                                   theme.font(TextStyle::paragraph));
         QTextOption option;
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);

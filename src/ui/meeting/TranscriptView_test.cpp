@@ -108,6 +108,7 @@ TEST_F(TranscriptViewTest, what_is_read_stays_when_the_width_or_the_type_changes
 TEST_F(TranscriptViewTest, what_was_never_seen_is_measured_without_a_jump) {
     // Letters that are much narrower and much wider than any estimate takes them for.
     std::vector<TranscriptSegment> lines;
+    lines.reserve(200);
     for (int i = 0; i < 200; ++i)
         lines.push_back(line(SegmentId(i) + 1, i % 2 ? "Me" : "Them", std::string(300, i % 3 ? 'i' : 'W')));
     view.setLines(lines);
