@@ -4,7 +4,6 @@
 #include <QDir>
 #include <QImage>
 #include <QTextStream>
-
 #include <utility>
 
 namespace tavrin::shots {
@@ -20,8 +19,10 @@ void Camera::take(QWidget& widget, const QString& name, QSize size) {
         picture.setDevicePixelRatio(ratio);
         picture.fill(Qt::transparent);
         widget.render(&picture);
-        const QString path = QDir(folder).filePath(name + (ratio == 2 ? QStringLiteral("@2x.png") : QStringLiteral(".png")));
-        if (picture.save(path)) ++good;
+        const QString path =
+            QDir(folder).filePath(name + (ratio == 2 ? QStringLiteral("@2x.png") : QStringLiteral(".png")));
+        if (picture.save(path))
+            ++good;
         else {
             ++bad;
             QTextStream(stderr) << "Cannot write " << path << '\n';

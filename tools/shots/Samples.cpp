@@ -58,7 +58,8 @@ std::vector<TranscriptSegment> conversation() {
 std::vector<TranscriptSegment> germanConversation() {
     return linesOf({
         {"Them", "Die Lebensmittelkennzeichnungsverordnung verlangt das Mindesthaltbarkeitsdatum auf der Vorderseite."},
-        {"Me", "Dann müssen wir die Verpackungsgestaltung noch einmal überarbeiten, bevor die Druckfreigabe erteilt wird."},
+        {"Me",
+         "Dann müssen wir die Verpackungsgestaltung noch einmal überarbeiten, bevor die Druckfreigabe erteilt wird."},
         {"Geschäftsführung Süddeutschland, Frau Dr. Hohenberger-Lindqvist",
          "Einverstanden. Die Qualitätssicherungsbeauftragte bekommt den Entwurf bis Donnerstag."},
     });
@@ -87,7 +88,9 @@ MeetingState recording() {
     return state;
 }
 
-MeetingState paused() { return of(MeetingPhase::paused, "Paused"); }
+MeetingState paused() {
+    return of(MeetingPhase::paused, "Paused");
+}
 
 MeetingState processing() {
     MeetingState state = of(MeetingPhase::processing, "Finishing transcription…");
@@ -137,8 +140,8 @@ SettingsState settings() {
     state.tokenSaved = true;
     state.tokenState = "Saved.";
     state.tokenKeptWhere = "Kept in this desktop’s keyring.";
-    state.models = {{"Meeting model", "Writes down what is said in meetings", "~/.local/share/tavrin/models/large-turbo",
-                     "Ready", Condition::ready},
+    state.models = {{"Meeting model", "Writes down what is said in meetings",
+                     "~/.local/share/tavrin/models/large-turbo", "Ready", Condition::ready},
                     {"Dictation model", "Writes down dictations", "~/.local/share/tavrin/models/small.en",
                      "Not installed", Condition::missing},
                     {"Speaker model", "The file decoder.onnx is cut short.", "~/.local/share/tavrin/models/speakers",

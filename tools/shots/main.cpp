@@ -1,6 +1,5 @@
 #include "Camera.h"
 #include "Samples.h"
-
 #include "ui/MainWindow.h"
 #include "ui/ModelSetupSheet.h"
 #include "ui/Theme.h"
@@ -13,7 +12,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QTextStream>
-
 #include <array>
 #include <memory>
 
@@ -76,11 +74,13 @@ void takeMeetings(Theme& theme, shots::Camera& camera, const QString& suffix) {
 }
 
 void takeSections(Theme& theme, shots::Camera& camera, const QString& suffix) {
-    constexpr std::array sections{
-        std::pair{Section::home, "home"},           std::pair{Section::today, "today"},
-        std::pair{Section::screenRecording, "screen"}, std::pair{Section::notes, "notes"},
-        std::pair{Section::dictation, "dictation"}, std::pair{Section::activity, "activity"},
-        std::pair{Section::settings, "settings"}};
+    constexpr std::array sections{std::pair{Section::home, "home"},
+                                  std::pair{Section::today, "today"},
+                                  std::pair{Section::screenRecording, "screen"},
+                                  std::pair{Section::notes, "notes"},
+                                  std::pair{Section::dictation, "dictation"},
+                                  std::pair{Section::activity, "activity"},
+                                  std::pair{Section::settings, "settings"}};
     for (const auto& [section, name] : sections) {
         const auto window = makeWindow(theme, section);
         camera.take(*window, QString::fromLatin1(name) + suffix, usual);
@@ -106,7 +106,8 @@ int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
     if (arguments.size() != 2 || !QDir().mkpath(arguments.at(1))) {
-        QTextStream(stderr) << "usage: tavrin-shots FOLDER\nwrites pictures of the views; FOLDER is made if it is missing\n";
+        QTextStream(stderr)
+            << "usage: tavrin-shots FOLDER\nwrites pictures of the views; FOLDER is made if it is missing\n";
         return 2;
     }
     shots::Camera camera(arguments.at(1));
