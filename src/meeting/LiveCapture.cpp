@@ -101,6 +101,7 @@ void LiveCapture::wireMeters() {
 
 /// Each chunk to its file, before anything else is there to take it.
 void LiveCapture::wireArchive() {
+    clearFrameCounters();
     const auto persistence = meeting.persistence;
     const auto firstSample =
         persistence ? std::max(persistence->micPCM()->sampleCount(), persistence->themPCM()->sampleCount()) : 0;
@@ -259,12 +260,12 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::meLaneProcessor() {
     hooks.onTranscriptionStarted = [this] { state.interimPartial = std::string(messages::transcribing); };
     hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
     hooks.onResult = [this, generation = meeting.transcriptWorkGeneration,
-                      id = meeting.meetingID](std::string text, const SpeechChunk& chunk) {
+                      id = meeting.meetingID](WhisperStreamProcessor::Heard heard, const SpeechChunk& chunk) {
         if (!transcript.isValid(generation, id)) return false;
-        noteResult(text, "Me", chunk);
+        noteResult(heard.text, "Me", chunk);
         state.interimPartial = "";
-        const std::string own(chunk.followsForcedCut ? withoutOverlap(lastMeText, text) : text);
-        lastMeText = std::move(text);
+        const std::string own(heard.repeatsSound ? withoutOverlap(lastMeText, heard.text) : heard.text);
+        lastMeText = std::move(heard.text);
         transcript.addSegment({.text = own, .speakerLabel = std::string(meLabel), .date = chunk.date});
         refreshBacklog();
         return true;
@@ -282,12 +283,12 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::themLaneProcessor() {
     };
     hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
     hooks.onResult = [this, generation = meeting.transcriptWorkGeneration,
-                      id = meeting.meetingID](std::string text, const SpeechChunk& chunk) {
+                      id = meeting.meetingID](WhisperStreamProcessor::Heard heard, const SpeechChunk& chunk) {
         if (!transcript.isValid(generation, id)) return false;
-        noteResult(text, "Them", chunk);
+        noteResult(heard.text, "Them", chunk);
         if (*state.interimPartial == messages::transcribing) state.interimPartial = "";
-        const std::string own(chunk.followsForcedCut ? withoutOverlap(lastThemText, text) : text);
-        lastThemText = std::move(text);
+        const std::string own(heard.repeatsSound ? withoutOverlap(lastThemText, heard.text) : heard.text);
+        lastThemText = std::move(heard.text);
         transcript.enqueueThemResult({.text = own, .speakerLabel = std::string(themLabel), .date = chunk.date},
                                      generation, id);
         return true;

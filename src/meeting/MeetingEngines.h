@@ -1,16 +1,16 @@
 #pragma once
 
+#include "meeting/ChunkText.h"
 #include "meeting/MeetingEngineChoice.h"
 #include "support/async/Task.h"
 
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace tavrin {
 
-/// Turns a chunk of 16 kHz samples into its text; empty where nobody speaks. Main executor only.
-using Transcribe = std::function<Task<std::string>(std::vector<float> samples)>;
+/// Turns a chunk of 16 kHz samples into its text. Main executor only.
+using Transcribe = std::function<Task<ChunkText>(std::vector<float> samples, bool withWords)>;
 
 /// The engine that a lane was given.
 struct LaneEngine {

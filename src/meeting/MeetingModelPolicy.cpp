@@ -19,6 +19,10 @@ constexpr Duration launchRetryDelay = std::chrono::seconds(3);
 /// Silence behind a dictation, 0.8 s, so that its last words do not stand at the very end of a window.
 constexpr std::size_t silenceBehindDictation = 12'800;
 
+Task<ChunkText> textAlone(Task<std::string> transcription) {
+    co_return ChunkText{.text = co_await std::move(transcription), .words = {}};
+}
+
 } // namespace
 
 MeetingModelPolicy::MeetingModelPolicy(Dependencies dependencies)
@@ -184,9 +188,12 @@ WhisperTranscriptionEngine& MeetingModelPolicy::engine(MeetingEngine which) {
 }
 
 LaneEngine MeetingModelPolicy::laneEngine(MeetingEngine which) {
-    return {.which = which, .transcribe = [&chosen = engine(which)](std::vector<float> samples) {
-                return chosen.transcribe(std::move(samples), true);
-            }};
+    WhisperTranscriptionEngine& chosen = engine(which);
+    const auto transcribe = [&chosen](std::vector<float> samples, bool withWords) -> Task<ChunkText> {
+        return withWords ? chosen.transcribeWithWords(std::move(samples), true)
+                         : textAlone(chosen.transcribe(std::move(samples), true));
+    };
+    return {.which = which, .transcribe = transcribe};
 }
 
 MeetingEngineState MeetingModelPolicy::engineState() const {

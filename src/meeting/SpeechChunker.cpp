@@ -75,7 +75,7 @@ void SpeechChunker::processFrame(std::span<const float> frame, std::vector<Speec
         silenceFrames = 0;
         holdsCarryOnly = false;
     } else if (holdsCarryOnly) {
-        passCarry();
+        passCarry(chunks);
     } else if (!speechBuffer.empty()) {
         // Silence behind speech stays: it gives the decoder an ending.
         speechBuffer.insert(speechBuffer.end(), frame.begin(), frame.end());
@@ -89,16 +89,22 @@ void SpeechChunker::processFrame(std::span<const float> frame, std::vector<Speec
         cutChunk(true, settings.minChunkSamples, "forced_emit_threshold", chunks);
 }
 
-void SpeechChunker::passCarry() {
+void SpeechChunker::passCarry(std::vector<SpeechChunk>& chunks) {
     if (++silenceFrames < silenceFramesThreshold) return;
     speechBuffer.clear();
     silenceFrames = 0;
     holdsCarryOnly = false;
-    carryOfForcedCut = false;
+    endForcedCut(chunks);
+}
+
+/// Nothing follows the chunk that was cut off by force.
+void SpeechChunker::endForcedCut(std::vector<SpeechChunk>& chunks) {
+    if (!std::exchange(carryOfForcedCut, false)) return;
+    chunks.push_back({.samples = {}, .date = clock.now(), .followsForcedCut = true, .index = chunkCount++});
 }
 
 void SpeechChunker::flushBuffer(std::vector<SpeechChunk>& chunks) {
-    if (holdsCarryOnly) return;
+    if (holdsCarryOnly) return endForcedCut(chunks);
     if (speechBuffer.size() >= settings.minFlushSamples)
         cutChunk(true, settings.minFlushSamples, "finish_flush", chunks);
     else if (speechBuffer.size() >= frameSamples)
@@ -123,7 +129,9 @@ void SpeechChunker::cutChunk(bool force, std::optional<std::size_t> minimum, con
     const std::size_t overlap = cut > chunkOverlapSamples ? chunkOverlapSamples : 0;
     chunks.push_back({.samples = std::vector<float>(speechBuffer.begin(), end),
                       .date = clock.now(),
-                      .followsForcedCut = std::exchange(carryOfForcedCut, false)});
+                      .followsForcedCut = std::exchange(carryOfForcedCut, false),
+                      .endsInForcedCut = force,
+                      .index = chunkCount++});
     speechBuffer.erase(speechBuffer.begin(), end - static_cast<std::ptrdiff_t>(overlap));
     holdsCarryOnly = overlap != 0 && speechBuffer.size() == overlap;
     carryOfForcedCut = force && overlap != 0;

@@ -14,12 +14,16 @@
 
 namespace tavrin {
 
-/// A stretch of speech on its way to the engine.
+/// A stretch of speech on its way to the engine. Without samples it says that the speech before it, which was cut off
+/// by force, ended there.
 struct SpeechChunk {
     std::vector<float> samples;
     Date date; ///< when it was cut off
     /// Its first 250 ms were the end of the chunk before, which was cut off in the middle of speech.
     bool followsForcedCut = false;
+    /// It ends in the middle of speech.
+    bool endsInForcedCut = false;
+    std::size_t index = 0; ///< counts the chunks of a lane
 };
 
 /// What makes one lane's chunks differ from another's. Lengths in samples.
@@ -65,7 +69,8 @@ public:
 private:
     void processFrames(std::vector<SpeechChunk>& chunks);
     void processFrame(std::span<const float> frame, std::vector<SpeechChunk>& chunks);
-    void passCarry();
+    void passCarry(std::vector<SpeechChunk>& chunks);
+    void endForcedCut(std::vector<SpeechChunk>& chunks);
     void flushBuffer(std::vector<SpeechChunk>& chunks);
     void cutChunk(bool force, std::optional<std::size_t> minimum, const char* reason, std::vector<SpeechChunk>& chunks);
 
@@ -81,6 +86,7 @@ private:
     int silenceFrames = 0;
     bool holdsCarryOnly = false;
     bool carryOfForcedCut = false;
+    std::size_t chunkCount = 0;
 };
 
 } // namespace tavrin

@@ -28,14 +28,14 @@ protected:
             const std::vector<float> samples(static_cast<std::size_t>(std::abs(stretch)) * 1'600,
                                              stretch > 0 ? 0.1F : 0.0F);
             for (const SpeechChunk& chunk : chunker.append(samples))
-                sizes.push_back(chunk.samples.size());
+                if (!chunk.samples.empty()) sizes.push_back(chunk.samples.size());
         }
         return sizes;
     }
     std::vector<std::size_t> flush() {
         std::vector<std::size_t> sizes;
         for (const SpeechChunk& chunk : chunker.flush())
-            sizes.push_back(chunk.samples.size());
+            if (!chunk.samples.empty()) sizes.push_back(chunk.samples.size());
         return sizes;
     }
 
@@ -124,17 +124,18 @@ protected:
         WhisperStreamProcessor::Dependencies{.main = time.main(),
                                              .lane = time.addExecutor(),
                                              .clock = time.wallClock(),
-                                             .transcribe = [this](std::vector<float> samples) -> Task<std::string> {
+                                             .transcribe = [this](std::vector<float> samples, bool) -> Task<ChunkText> {
                                                  co_await sleepFor(engineTime);
-                                                 co_return std::to_string(samples.size());
+                                                 co_return ChunkText{.text = std::to_string(samples.size()),
+                                                                     .words = {}};
                                              },
                                              .note = [this](std::string line) { notes.push_back(std::move(line)); }},
         WhisperStreamProcessor::Callbacks{.onTranscriptionStarted = {},
                                           .onTranscriptionFinished = [this] { ++finished; },
                                           .onError = {},
                                           .onResult =
-                                              [this](std::string text, const SpeechChunk&) {
-                                                  results.push_back(std::move(text));
+                                              [this](WhisperStreamProcessor::Heard heard, const SpeechChunk&) {
+                                                  results.push_back(std::move(heard.text));
                                                   return accepts;
                                               }});
     WhisperStreamProcessor::Inlet inlet = processor->inlet();

@@ -160,11 +160,15 @@ Task<void> WhisperStreamProcessor::work() {
 
 Task<void> WhisperStreamProcessor::transcribeOne(SpeechChunk chunk) {
     const auto samples = static_cast<std::int64_t>(chunk.samples.size());
+    const CutMender::Hearing hearing = mender.begin(chunk);
+    if (hearing.samples.empty() && !mender.holdsWord()) co_return;
     if (callbacks.onTranscriptionStarted) callbacks.onTranscriptionStarted();
     bool isWanted = true;
     try {
-        std::string text = co_await use.transcribe(chunk.samples);
-        if (!text.empty()) isWanted = callbacks.onResult(std::move(text), chunk);
+        ChunkText heard;
+        if (!hearing.samples.empty()) heard = co_await use.transcribe(hearing.samples, chunk.endsInForcedCut);
+        std::string text = mender.end(chunk, hearing.samples, heard);
+        if (!text.empty()) isWanted = callbacks.onResult({std::move(text), hearing.repeatsSound}, chunk);
     } catch (const std::exception& error) {
         log.error("Transcription chunk failed ({}): {}", speakerLabel, error.what());
         if (callbacks.onError) callbacks.onError(error.what());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "meeting/CutMender.h"
 #include "meeting/MeetingEngines.h"
 #include "meeting/SpeechChunker.h"
 #include "support/async/Event.h"
@@ -29,6 +30,11 @@ namespace tavrin {
 /// Errors:   a chunk on which the engine fails costs that chunk.
 class WhisperStreamProcessor final {
 public:
+    struct Heard {
+        std::string text;
+        /// It may begin with words that the text before it ends with.
+        bool repeatsSound = false;
+    };
     struct Callbacks {
         std::function<void()> onTranscriptionStarted;
         /// After each chunk, however it ended.
@@ -36,7 +42,7 @@ public:
         /// The error's text. May be empty.
         std::function<void(std::string)> onError;
         /// A text that is not empty. False: nobody wants it any more, and its audio counts as not transcribed.
-        std::function<bool(std::string text, const SpeechChunk& chunk)> onResult;
+        std::function<bool(Heard heard, const SpeechChunk& chunk)> onResult;
     };
     struct Dependencies {
         Executor& main;
@@ -95,6 +101,7 @@ private:
     std::int64_t submittedSamples = 0;
     std::int64_t completedSamples = 0;
     std::int64_t droppedSamples = 0;
+    CutMender mender;
     bool isCancelled = false;
     bool isWorking = false;
     Event workerIdle;

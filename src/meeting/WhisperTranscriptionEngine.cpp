@@ -6,6 +6,7 @@
 #include "meeting/WhisperTranscriptionError.h"
 #include "meeting/WindowedTranscription.h"
 #include "support/async/RunOn.h"
+#include "support/text/Unicode.h"
 
 #include <utility>
 
@@ -22,6 +23,7 @@ struct Request {
     EnglishSpellingPreference spelling = EnglishSpellingPreference::british;
     bool suppressBlank = false;
     float noSpeechThreshold = 0;
+    bool withWords = false;
 };
 
 constexpr float usualNoSpeechThreshold = 0.6F;
@@ -38,6 +40,7 @@ DecodingOptions decodingOptions(const Request& request, bool isMultilingual) {
             .usePrefillPrompt = true,
             .usePrefillCache = true,
             .detectLanguage = detects,
+            .wordTimestamps = request.withWords,
             .windowClipTime = 1.0F,
             .suppressBlank = request.suppressBlank,
             .compressionRatioThreshold = 2.4F,
@@ -60,10 +63,30 @@ std::string transcribeRequest(SpeechPipeline& pipeline, const Request& request, 
     });
 }
 
-std::string spelled(std::string text, const Request& request) {
+bool isBritish(const Request& request) {
     const bool mayBeEnglish = request.language == Language::automatic || request.language == Language::english;
-    if (!mayBeEnglish || request.spelling != EnglishSpellingPreference::british) return text;
-    return britishSpelling(text);
+    return mayBeEnglish && request.spelling == EnglishSpellingPreference::british;
+}
+
+std::string spelled(std::string text, const Request& request) {
+    return isBritish(request) ? britishSpelling(text) : text;
+}
+
+/// One window with its words.
+ChunkText transcribeChunk(SpeechPipeline& pipeline, const Request& request, const std::stop_token& stop) {
+    ChunkText said;
+    const SpeechModels& models = pipeline.models();
+    if (stop.stop_requested() || !models.hearsSpeech(request.samples)) return said;
+    const auto goesOn = [&](const TranscriptionProgress&) { return std::optional(!stop.stop_requested()); };
+    for (const auto& result :
+         pipeline.transcribe(request.samples, decodingOptions(request, models.config.isMultilingual), goesOn))
+        for (const auto& segment : result.segments) {
+            said.text += segment.text;
+            for (const WordTiming& word : segment.words.value_or(std::vector<WordTiming>()))
+                said.words.push_back({.text = spelled(word.word, request), .start = word.start, .end = word.end});
+        }
+    said.text = spelled(std::string(trimmed(said.text)), request);
+    return said;
 }
 
 } // namespace
@@ -80,6 +103,27 @@ Task<void> WhisperTranscriptionEngine::ensureLoaded() {
     co_await runOn(use.worker, [shared = pipeline, path = *std::move(folder)](const std::stop_token&) {
         shared->ensureLoaded(path);
     });
+}
+
+Task<ChunkText> WhisperTranscriptionEngine::transcribeWithWords(std::vector<float> samples, bool suppressBlank) {
+    expectCurrent(use.main);
+    Request request{.samples = std::move(samples),
+                    .language = transcriptionSpeechLanguage(use.preferences),
+                    .spelling = englishSpellingPreference(use.preferences),
+                    .suppressBlank = suppressBlank,
+                    .noSpeechThreshold = usualNoSpeechThreshold,
+                    .withWords = true};
+    auto work = [shared = pipeline, request = std::move(request)](const std::stop_token& stop) {
+        ChunkText said;
+        shared->perform(
+            [&](SpeechPipeline& loaded) {
+                said = transcribeChunk(loaded, request, stop);
+                return said.text;
+            },
+            stop);
+        return said;
+    };
+    co_return co_await runOn(use.worker, std::move(work));
 }
 
 Task<std::string> WhisperTranscriptionEngine::transcribe(std::vector<float> samples, bool suppressBlank,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "meeting/ChunkText.h"
 #include "meeting/RecoveringPipeline.h"
 #include "support/async/Task.h"
 
@@ -51,6 +52,9 @@ public:
     /// (`notLoaded`), SpeechError and ModelRuntimeError, all after the recoveries of RecoveringPipeline.
     Task<std::string> transcribe(std::vector<float> samples, bool suppressBlank,
                                  std::optional<float> noSpeechThreshold = std::nullopt);
+
+    /// The same for one chunk of at most 25 s, with the times of its words.
+    Task<ChunkText> transcribeWithWords(std::vector<float> samples, bool suppressBlank);
 
     [[nodiscard]] bool isLoaded() const noexcept { return pipeline->isLoaded(); }
     [[nodiscard]] bool usingCPUFallback() const noexcept { return pipeline->usingCPUFallback(); }

@@ -53,13 +53,13 @@ public:
 
 private:
     LaneEngine engine(const char* lane) {
-        return {.which = MeetingEngine::dictation, .transcribe = [this, lane](std::vector<float> samples) {
+        return {.which = MeetingEngine::dictation, .transcribe = [this, lane](std::vector<float> samples, bool) {
                     return transcribe(lane, std::move(samples));
                 }};
     }
-    Task<std::string> transcribe(const char* lane, std::vector<float> samples) {
+    Task<ChunkText> transcribe(const char* lane, std::vector<float> samples) {
         co_await sleepFor(transcriptionTime);
-        co_return say(lane, samples);
+        co_return ChunkText{.text = say(lane, samples), .words = {}};
     }
 
     bool isLoaded = false;

@@ -1,5 +1,6 @@
 #include "bench/AccuracyBench.h"
 #include "bench/GrowthBench.h"
+#include "bench/LaneBench.h"
 #include "bench/Report.h"
 #include "bench/SpeedBench.h"
 
@@ -17,6 +18,7 @@ namespace {
 constexpr std::string_view usage =
     R"(Usage: tavrin-bench accuracy --pack FOLDER --full FOLDER --speech FOLDER --sentences FILE
        tavrin-bench speech   --pack FOLDER --limits FOLDER --speech FOLDER --sentences FILE
+       tavrin-bench lane     --pack FOLDER --speech FOLDER --sentences FILE
        tavrin-bench growth   --pack FOLDER --speech FOLDER --sentences FILE [--long]
 
 The exit status is 1 if a bar is not held or something fails, 2 if the arguments make no sense.
@@ -73,6 +75,8 @@ bool measure(const std::string& what, const Arguments& arguments) {
         measureSpeed({pack, arguments.path("--limits"), speech, sentences}, report);
     else if (what == "growth")
         measureGrowth({pack, speech, sentences, arguments.isLong}, report);
+    else if (what == "lane")
+        measureLane({pack, speech, sentences}, report);
     else
         throw UsageError("unknown benchmark \"" + what + "\"");
     return report.finish();

@@ -2,8 +2,8 @@
 #   ./tavrin demo [pipewire|pulseaudio|both] [--long]
 # Private sound services, a private session bus and a screen in memory; two voices played into a virtual microphone and
 # a virtual speaker; the real program between them. Ends with figures, and with 0 only if all of them are as they should be.
-# shellcheck source=tools/sound/services.sh
-. tools/sound/services.sh
+# shellcheck source=tools/demo/program.sh
+. tools/demo/program.sh
 
 kinds="pipewire pulseaudio" long=
 for argument in "$@"; do
@@ -14,7 +14,6 @@ for argument in "$@"; do
     *) die "demo takes pipewire, pulseaudio or both, and --long" ;;
   esac
 done
-program=$PWD/${TAVRIN_BUILD:-build/release}/bin/tavrin-assistant
 judge=$PWD/${TAVRIN_BUILD:-build/release}/bin/tavrin-demo-judge
 transcribe=$PWD/${TAVRIN_BUILD:-build/release}/bin/tavrin-transcribe
 clips=/usr/share/pocketsphinx/test/data/librivox
@@ -63,32 +62,7 @@ make_clicks() {
   sox "$demo/second.wav" "$demo/click.wav" "$demo/between.wav" "$demo/click.wav" "$demo/second.wav" "$demo/clicks.wav"
 }
 
-# ---- the program ----------------------------------------------------------------------------------------------------
-
-# An action of the running program, by the desktop's own interface.
-act() {
-  gdbus call --session --timeout 3 --dest so.tavrin.TavrinAssistant --object-path /so/tavrin/TavrinAssistant \
-    --method org.freedesktop.Application.ActivateAction "$1" '[]' '{}' >/dev/null
-}
-program_says() { grep -qF "$1" "$folder/program.log"; }
-says_since() { tail -n "+$1" "$folder/program.log" | grep -qF "$2"; }
-await() { sound_until "$1" "${@:2}" || { say "demo: \"${*:2}\" did not come within $1 s"; tail -n 20 "$folder/program.log" >&2; return 1; }; }
-
-start_program() {
-  local data=$XDG_DATA_HOME/TavrinAssistant configuration=$XDG_CONFIG_HOME/so.tavrin.TavrinAssistant
-  mkdir -p -m 700 "$data/OnDeviceModels" "$configuration"
-  ln -sfn "$models/openai_whisper-base" "$data/OnDeviceModels/openai_whisper-base"
-  printf '{"so.tavrin.TavrinAssistant": {"TavrinAPIToken": "tavrin_demo"}}\n' >"$configuration/credentials.json"
-  chmod 600 "$configuration/credentials.json"
-  [ -S "$XDG_RUNTIME_DIR/bus" ] || {
-    sound_spawn dbus dbus-daemon --session --nofork --nopidfile "--address=$DBUS_SESSION_BUS_ADDRESS"
-    sound_until 5 test -S "$XDG_RUNTIME_DIR/bus" || return 1
-  }
-  sound_spawn screen Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$folder/display"
-  sound_until 10 test -s "$folder/display" || { say "demo: no screen"; return 1; }
-  DISPLAY=:$(cat "$folder/display") TAVRIN_HEARTBEAT=$folder/heartbeat.txt sound_spawn program "$program"
-  await 20 program_says "the window is up"
-}
+# ---- what happens ---------------------------------------------------------------------------------------------------
 
 # Prints each line of the transcript once.
 print_lines() {
@@ -115,28 +89,22 @@ print(" ".join(line["text"] for line in sorted(lines, key=lambda line: line["dat
 PY
 }
 
-newest() { find "$XDG_DATA_HOME/TavrinAssistant/Recordings" -name "*$1" -printf '%T@ %p\n' | sort -n | tail -n 1 | cut -d' ' -f2-; }
 
 # A meeting around a command: meeting COMMAND...
 meeting() {
-  local from shown=0 player
-  from=$(($(wc -l <"$folder/program.log") + 1))
-  act start-recording || return 1
-  await 30 says_since "$from" "status: Recording" || return 1
-  await 30 says_since "$from" "awaiting IOProc callbacks" || return 1
+  local shown=0 player
+  begin_meeting || return 1
   sleep 2
   "$@" &
   player=$!
   while kill -0 "$player" 2>/dev/null; do
-    shown=$(print_lines "$(newest -segments.jsonl)" "$shown")
+    shown=$(print_lines "$(meeting_file segments.jsonl)" "$shown")
     sleep 1
   done
   wait "$player" || { say "demo: the sound could not be played"; return 1; }
   sleep 3
-  from=$(($(wc -l <"$folder/program.log") + 1))
-  act stop || return 1
-  await 60 says_since "$from" "status: Idle" || return 1
-  shown=$(print_lines "$(newest -segments.jsonl)" "$shown")
+  end_meeting || return 1
+  shown=$(print_lines "$(meeting_file segments.jsonl)" "$shown")
 }
 
 play_voices() {
@@ -148,17 +116,17 @@ play_voices() {
 
 judge_voices() {
   local lane=$1 label=$2 segments
-  segments=$(newest -segments.jsonl)
+  segments=$(meeting_file segments.jsonl)
   heard "$segments" "$label" >"$folder/$lane.txt"
   "$judge" lane "$label" "$demo/voices/$lane.txt" "$folder/$lane.txt" "$demo/voices/$lane-file.txt" \
-    "$demo/voices/$lane.s16" "$(newest "-$lane.pcm")" >&2
+    "$demo/voices/$lane.s16" "$(meeting_file "$lane.pcm")" >&2
 }
 
 # The microphone hears the speaker: the same clicks come into both lanes.
 click_meeting() {
   sound_add_echo echo_microphone && sound_default_microphone echo_microphone || return 1
   meeting sound_play_speaker tavrin_speaker "$demo/clicks.wav" || return 1
-  "$judge" clicks 2 "$(newest -me.pcm)" "$(newest -them.pcm)" >&2
+  "$judge" clicks 2 "$(meeting_file me.pcm)" "$(meeting_file them.pcm)" >&2
 }
 
 judge_heartbeat() {
@@ -172,8 +140,7 @@ one_demo() {
   local kind=$1 fine=0
   folder=$demo/$kind
   say "A meeting on $kind"
-  sound_start "$kind" "$folder" || return 1
-  start_program || return 1
+  sound_start "$kind" "$folder" && start_screen && install_program "$models" && start_program || return 1
   meeting play_voices && judge_voices me Me && judge_voices them Them || fine=1
   click_meeting || fine=1
   act quit || fine=1
@@ -187,7 +154,7 @@ make_clicks "$([ -n "$long" ] && echo 600 || echo 15)"
 result=0
 for kind in $kinds; do
   (
-    trap 'sound_end TERM program screen; sound_stop "$folder" 2>/dev/null || true' EXIT
+    trap 'stop_program "$folder"' EXIT
     one_demo "$kind"
   ) || { result=1; say "The demo on $kind FAILED."; }
 done
