@@ -48,6 +48,9 @@ suite "model tools" "$python" tools/models/test_packs.py
 suite "fuzzing: weight files" "$python" tools/models/fuzz_weights.py "${long:+300}"
 suite "recognition with real models" ctest --test-dir build/release -L models --output-on-failure
 suite "the command line" tests/transcribe/command_line.sh build/release/bin/tavrin-transcribe
+suite "microphone and system sound on real servers" tests/sound/run.sh build/release/bin/sound_contract_test
+suite "secrets and power with real services" ctest --test-dir build/release -L desktop --output-on-failure
+suite "the program in bad circumstances" tests/program/run.sh ${long:+--long}
 
 echo "$passed passed, $failed failed"
 [ "$failed" = 0 ]
