@@ -5,10 +5,36 @@
 #include "support/text/Unicode.h"
 
 #include <algorithm>
+#include <numeric>
 #include <span>
 #include <utility>
 
 namespace tavrin {
+
+namespace {
+
+/// Letters that have to change, be added or go to make one word of the other (Levenshtein 1966).
+std::size_t editDistance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i);
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t change = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = std::exchange(row[j], std::min({change, row[j] + 1, row[j - 1] + 1}));
+        }
+    }
+    return row.back();
+}
+
+/// The same word, perhaps heard a little differently or from its middle on.
+bool isAlike(const std::string& word, const std::string& before) {
+    if (word.empty() || before.empty()) return false;
+    if (word.size() >= 3 && before.ends_with(word)) return true;
+    return 3 * editDistance(word, before) <= std::max(word.size(), before.size());
+}
+
+} // namespace
 
 CutMender::Hearing CutMender::begin(const SpeechChunk& chunk) {
     const bool goesOn = chunk.followsForcedCut && chunk.index == nextIndex;
@@ -28,32 +54,45 @@ CutMender::Hearing CutMender::begin(const SpeechChunk& chunk) {
 }
 
 std::string CutMender::end(const SpeechChunk& chunk, const std::vector<float>& samples, const ChunkText& heard) {
-    const std::string held = std::exchange(heldWord, {});
-    if (trimmed(heard.text).empty()) return held;
-    std::string text = held.empty() ? std::string(trimmed(heard.text)) : withoutEcho(heard.text);
-    const std::size_t count = heard.words.size();
-    if (chunk.endsInForcedCut && count >= 2) {
-        const TimedWord& last = heard.words[count - 1];
-        const double length = static_cast<double>(samples.size()) / pcmSampleRate;
-        const double cut = std::max(last.start - leadIn, heard.words[count - 2].start);
-        const std::string_view lastText = trimmed(last.text);
-        if (last.end >= length - hitByCut && cut >= length - longestRest && text.ends_with(lastText) &&
-            text.size() > lastText.size()) {
-            rest.assign(samples.begin() + static_cast<std::ptrdiff_t>(cut * pcmSampleRate), samples.end());
-            heldWord = lastText;
-            text = trimmed(std::string_view(text).substr(0, text.size() - lastText.size()));
-        }
-    }
+    const std::string before = std::exchange(held, {});
+    if (trimmed(heard.text).empty()) return before;
+    std::string text = before.empty() ? std::string(trimmed(heard.text)) : withoutEcho(heard.text);
+    if (chunk.endsInForcedCut) text = withoutHeld(text, samples, heard.words);
     const auto parts = words(text);
     if (!parts.empty()) wordBefore = normalizedWord(parts.back());
     return text;
 }
 
+std::size_t CutMender::wordsToHold(std::span<const std::string_view> parts, std::size_t most) {
+    std::size_t best = std::min<std::size_t>(most, 1);
+    std::size_t longest = 0;
+    for (std::size_t count = best; count <= std::min(most, mostHeldWords); ++count) {
+        const std::size_t letters = normalizedWord(parts[parts.size() - 1 - count]).size();
+        if (count == 0 || letters <= longest + 1) continue;
+        longest = letters;
+        best = count;
+    }
+    return best;
+}
+
+std::string CutMender::withoutHeld(const std::string& text, const std::vector<float>& samples,
+                                   std::span<const TimedWord> said) {
+    const double length = static_cast<double>(samples.size()) / pcmSampleRate;
+    if (said.size() < 2 || said.back().end < length - hitByCut) return text;
+    const auto parts = words(text);
+    const std::size_t count = wordsToHold(parts, std::min(said.size(), parts.size()) - 1);
+    const double cut = std::max(said[said.size() - 1 - count].start - leadIn, 0.0);
+    if (count == 0 || cut < length - longestRest) return text;
+    rest.assign(samples.begin() + static_cast<std::ptrdiff_t>(cut * pcmSampleRate), samples.end());
+    held = joined(std::span(parts).last(count));
+    return joined(std::span(parts).first(parts.size() - count));
+}
+
 std::string CutMender::withoutEcho(const std::string& text) const {
     const auto parts = words(text);
-    const std::string first = parts.empty() ? std::string() : normalizedWord(parts.front());
-    if (first.size() < 2 || !wordBefore.ends_with(first)) return std::string(trimmed(text));
-    return joined(std::span(parts).subspan(1));
+    for (std::size_t i = 0; i < std::min(parts.size(), mostEchoWords); ++i)
+        if (isAlike(normalizedWord(parts[i]), wordBefore)) return joined(std::span(parts).subspan(i + 1));
+    return std::string(trimmed(text));
 }
 
 } // namespace tavrin

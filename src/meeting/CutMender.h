@@ -4,22 +4,26 @@
 #include "meeting/SpeechChunker.h"
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace tavrin {
 
 /// Mends what a cut in the middle of speech does to the words there: the last word of a chunk that was cut off by force
-/// is left to the next chunk, which hears it whole. A lane's chunks go through begin() and end() by turns, in order.
-/// Thread: none of its own.
+/// is left to the next chunk, which hears it whole, and the word before it once more, so as not to begin within a word.
+/// A lane's chunks go through begin() and end() by turns, in order. Thread: none of its own.
 class CutMender final {
 public:
+    static constexpr std::size_t mostHeldWords = 3;
     /// Seconds. A last word that ends earlier before the cut was not hit by it.
     static constexpr double hitByCut = 0.35;
     /// Words begin softly, before the time that is found for them.
     static constexpr double leadIn = 0.05;
     /// The most that is heard once more.
-    static constexpr double longestRest = 2.0;
+    static constexpr double longestRest = 2.5;
+    /// The word before the left one is heard again among the first so many.
+    static constexpr std::size_t mostEchoWords = 3;
 
     struct Hearing {
         std::vector<float> samples; ///< what the engine is to hear; may be empty
@@ -33,14 +37,19 @@ public:
     /// are those of begin().
     std::string end(const SpeechChunk& chunk, const std::vector<float>& samples, const ChunkText& heard);
 
-    [[nodiscard]] bool holdsWord() const { return !heldWord.empty(); }
+    [[nodiscard]] bool holdsWords() const { return !held.empty(); }
 
 private:
-    /// `text` without a first word that is the end of the word before it.
+    /// How many words at the end are left, up to `most`: the word before them is a long one, which is known again.
+    static std::size_t wordsToHold(std::span<const std::string_view> parts, std::size_t most);
+    /// `text` without the words that are left to the next chunk.
+    std::string withoutHeld(const std::string& text, const std::vector<float>& samples,
+                            std::span<const TimedWord> said);
+    /// `text` without its beginning up to the word that stands already.
     [[nodiscard]] std::string withoutEcho(const std::string& text) const;
 
     std::vector<float> rest; // sound of a word that was left
-    std::string heldWord;    // as it was heard at the cut
+    std::string held;        // those words as they were heard at the cut
     std::string wordBefore;  // the last that stands, in its normal form
     std::size_t nextIndex = 0;
 };

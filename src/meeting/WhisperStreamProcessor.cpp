@@ -161,7 +161,7 @@ Task<void> WhisperStreamProcessor::work() {
 Task<void> WhisperStreamProcessor::transcribeOne(SpeechChunk chunk) {
     const auto samples = static_cast<std::int64_t>(chunk.samples.size());
     const CutMender::Hearing hearing = mender.begin(chunk);
-    if (hearing.samples.empty() && !mender.holdsWord()) co_return;
+    if (hearing.samples.empty() && !mender.holdsWords()) co_return;
     if (callbacks.onTranscriptionStarted) callbacks.onTranscriptionStarted();
     bool isWanted = true;
     try {

@@ -48,7 +48,7 @@ MeetingPage::MeetingPage(const Theme& shown, QWidget* parent)
       error(new NoticeLine(shown, NoticeLine::Kind::error, {}, this)),
       notice(new NoticeLine(shown, NoticeLine::Kind::warning, {}, this)),
       restored(new NoticeLine(shown, NoticeLine::Kind::info,
-                              tr("This meeting was interrupted. What had been recorded is shown here."), this)),
+                              tr("Brought back from the last time the program ran. The recording is saved."), this)),
       lines(new TranscriptView(shown, this)), empty(new QScrollArea(this)),
       microphone(new DeviceChip(shown, QStringLiteral("microphone"), tr("Microphone"))),
       speaker(new DeviceChip(shown, QStringLiteral("speaker"), tr("Speaker"))), foot(new MeetingFoot(shown, this)) {
