@@ -51,9 +51,9 @@ private:
     const SystemWallClock wallClock;
     const SystemSteadyClock steadyClock;
     // Work that may take seconds has threads of its own, so that sound and files never wait for it.
-    ThreadPool modelThreads{3};
-    ThreadPool deviceThreads{2};
-    ThreadPool workThreads{3};
+    ThreadPool modelThreads{3, "models"};
+    ThreadPool deviceThreads{2, "devices"};
+    ThreadPool workThreads{3, "work"};
     SerialExecutor largeEngineWorker{modelThreads};
     SerialExecutor dictationEngineWorker{modelThreads};
     SerialExecutor themEngineWorker{modelThreads};

@@ -2,12 +2,20 @@
 
 #include "support/time/Clock.h"
 
+#include <pthread.h>
+
+#include <string>
+
 namespace tavrin {
 
-ThreadPool::ThreadPool(unsigned threadCount) {
+ThreadPool::ThreadPool(unsigned threadCount, const char* name) {
+    constexpr std::size_t longestName = 15; // the system takes no more
+    const std::string shown = std::string(name).substr(0, longestName);
     threads.reserve(threadCount);
-    for (unsigned i = 0; i < threadCount; ++i)
+    for (unsigned i = 0; i < threadCount; ++i) {
         threads.emplace_back([this] { work(); });
+        pthread_setname_np(threads.back().native_handle(), shown.c_str());
+    }
 }
 
 ThreadPool::~ThreadPool() {

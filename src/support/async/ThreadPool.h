@@ -17,7 +17,8 @@ namespace tavrin {
 /// Errors:   a job that throws ends the program.
 class ThreadPool final {
 public:
-    explicit ThreadPool(unsigned threadCount);
+    /// `name` is what the system's tools show of each thread; at most 15 letters of it.
+    explicit ThreadPool(unsigned threadCount, const char* name = "pool");
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
     ~ThreadPool();
