@@ -110,6 +110,16 @@ TEST_F(MainWindowTest, nothing_is_wider_than_the_least_window_at_any_type_size) 
     }
 }
 
+TEST_F(MainWindowTest, tab_stops_in_the_bar_at_the_section_that_is_shown_and_at_its_end) {
+    shortcut("Ctrl+3");
+    settle();
+    const auto stops = tabStops(window);
+    QStringList names;
+    for (const QWidget* stop : stops)
+        if (const auto* button = qobject_cast<const QAbstractButton*>(stop)) names += button->text();
+    EXPECT_EQ(names.join(QStringLiteral(", ")).toStdString(), "Meeting, Not signed in, Start Recording");
+}
+
 TEST_F(MainWindowTest, tab_walks_the_settings_from_top_to_bottom) {
     SettingsState state;
     state.tokenSaved = true;

@@ -46,8 +46,7 @@ QString sectionIcon(Section section) {
 }
 
 SideBar::SideBar(const Theme& shown, QWidget* parent)
-    : QWidget(parent), theme(shown), column(new QVBoxLayout(this)), brand(new QWidget(this)),
-      account(new AccountButton(shown, this)) {
+    : QWidget(parent), theme(shown), column(new QVBoxLayout(this)), brand(new QWidget(this)) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
     column->setSpacing(2);
     column->setContentsMargins(padding, 16, padding + 1, padding); // the line at the right is 1
@@ -66,6 +65,7 @@ SideBar::SideBar(const Theme& shown, QWidget* parent)
         column->addWidget(button);
     }
     column->addStretch(1);
+    account = new AccountButton(theme, this); // made last: the Tab key comes to it last
     column->addWidget(account);
     connect(account, &AccountButton::clicked, this, &SideBar::accountChosen);
     connect(&theme, &Theme::changed, this, &SideBar::updateGeometry);
@@ -74,6 +74,9 @@ SideBar::SideBar(const Theme& shown, QWidget* parent)
 
 void SideBar::setCurrent(Section section) {
     buttons.at(static_cast<int>(section))->setChecked(true);
+    // One stop for the Tab key, the section that is shown; the arrow keys go on from there.
+    for (NavButton* button : buttons)
+        button->setFocusPolicy(button->isChecked() ? Qt::TabFocus : Qt::NoFocus);
 }
 
 void SideBar::setCompact(bool wanted) {

@@ -52,7 +52,7 @@ private:
     QVBoxLayout* column;
     QWidget* brand;
     QList<NavButton*> buttons;
-    AccountButton* account;
+    AccountButton* account = nullptr;
     bool compact = false;
 };
 

@@ -24,6 +24,12 @@ DeviceChip::DeviceChip(const Theme& shown, const QString& icon, const QString& a
     followTheme(*this, theme);
 }
 
+void DeviceChip::setText(const QString& device) {
+    if (device == text()) return;
+    QLabel::setText(device);
+    setAccessibleDescription(device);
+}
+
 QSize DeviceChip::sizeHint() const {
     const double words = QFontMetricsF(theme.font(TextStyle::text)).horizontalAdvance(text());
     const int natural = int(std::ceil(words)) + theme.scaled(glyph) + gap + 2 * padding + 2;

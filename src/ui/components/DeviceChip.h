@@ -13,6 +13,9 @@ class DeviceChip final : public QLabel {
 public:
     DeviceChip(const Theme& theme, const QString& iconName, const QString& accessibleName, QWidget* parent = nullptr);
 
+    /// Assistive technology reads the device as what describes the chip.
+    void setText(const QString& device);
+
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
 

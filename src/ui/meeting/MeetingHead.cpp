@@ -127,6 +127,7 @@ QWidget& MeetingHead::firstButton() const {
 
 void MeetingHead::setElapsed(const QString& text) {
     elapsed->setText(text);
+    elapsed->setAccessibleDescription(text); // what the label says is hidden from assistive technology by its name
 }
 
 void MeetingHead::setLevels(float meLevel, float themLevel) {

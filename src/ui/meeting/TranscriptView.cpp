@@ -30,6 +30,7 @@ constexpr int dragMilliseconds = 40;
 
 TranscriptView::TranscriptView(const Theme& shown, QWidget* parent)
     : QAbstractScrollArea(parent), theme(shown), lines(shown) {
+    installTranscriptAccessibility(); // before the first change that assistive technology is told of
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -39,7 +40,6 @@ TranscriptView::TranscriptView(const Theme& shown, QWidget* parent)
     viewport()->setAutoFillBackground(false);
     verticalScrollBar()->setSingleStep(theme.lineHeight(TextStyle::paragraph));
     verticalScrollBar()->setFocusPolicy(Qt::NoFocus);
-    installTranscriptAccessibility();
     connect(&theme, &Theme::changed, this, &TranscriptView::relayout);
 }
 
