@@ -50,6 +50,7 @@ suite "recognition with real models" ctest --test-dir build/release -L models --
 suite "the command line" tests/transcribe/command_line.sh build/release/bin/tavrin-transcribe
 suite "microphone and system sound on real servers" tests/sound/run.sh build/release/bin/sound_contract_test
 suite "secrets and power with real services" ctest --test-dir build/release -L desktop --output-on-failure
+suite "the meeting by keyboard, as a screen reader sees it" tests/desktop/meeting_walk.sh pipewire
 suite "the program in bad circumstances" tests/program/run.sh ${long:+--long}
 
 echo "$passed passed, $failed failed"
