@@ -51,7 +51,8 @@ private:
     const SystemWallClock wallClock;
     const SystemSteadyClock steadyClock;
     // Work that may take seconds has threads of its own, so that sound and files never wait for it.
-    ThreadPool modelThreads{3, "models"};
+    // Models go last: sound and the window never wait for a processor because of them.
+    ThreadPool modelThreads{3, "models", 5};
     ThreadPool deviceThreads{2, "devices"};
     ThreadPool workThreads{3, "work"};
     SerialExecutor largeEngineWorker{modelThreads};

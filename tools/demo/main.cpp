@@ -15,6 +15,8 @@ namespace tavrin {
 namespace {
 
 constexpr double mostAddedErrors = 5; // points above the same words from the file
+/// A busy machine's sound server drops a piece now and then before we hear it: a thousandth is let pass.
+constexpr std::size_t lostShare = 1'000;
 constexpr double mostClickMilliseconds = 40;
 
 std::string textOf(const char* file) {
@@ -30,7 +32,7 @@ bool judgeLane(char** argument) {
     const WordErrors file = wordErrors(said, textOf(argument[3]));
     const LaneComparison sound = compareLane(readSamples(argument[4]), readSamples(argument[5]));
     const bool isHeard = live.percent() <= file.percent() + mostAddedErrors;
-    const bool isWhole = sound.lost == 0;
+    const bool isWhole = sound.lost <= sound.playedLoud / lostShare;
     std::printf(
         "  %-5s word errors %.1f %% of %zu words (the same sound as a file: %.1f %%)%s; lost samples %zu of %zu%s\n",
         argument[0], live.percent(), live.words, file.percent(), isHeard ? "" : "  TOO MANY", sound.lost,

@@ -3,17 +3,23 @@
 #include "support/time/Clock.h"
 
 #include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <string>
 
 namespace tavrin {
 
-ThreadPool::ThreadPool(unsigned threadCount, const char* name) {
+ThreadPool::ThreadPool(unsigned threadCount, const char* name, int niceness) {
     constexpr std::size_t longestName = 15; // the system takes no more
     const std::string shown = std::string(name).substr(0, longestName);
     threads.reserve(threadCount);
     for (unsigned i = 0; i < threadCount; ++i) {
-        threads.emplace_back([this] { work(); });
+        threads.emplace_back([this, niceness] {
+            // On Linux a priority is a thread's own. Failing to be polite is no failure.
+            if (niceness != 0) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
+            work();
+        });
         pthread_setname_np(threads.back().native_handle(), shown.c_str());
     }
 }

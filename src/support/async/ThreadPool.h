@@ -17,8 +17,9 @@ namespace tavrin {
 /// Errors:   a job that throws ends the program.
 class ThreadPool final {
 public:
-    /// `name` is what the system's tools show of each thread; at most 15 letters of it.
-    explicit ThreadPool(unsigned threadCount, const char* name = "pool");
+    /// `name` is what the system's tools show of each thread; at most 15 letters of it. `niceness` above 0 lets other
+    /// threads go first where the processors are short.
+    explicit ThreadPool(unsigned threadCount, const char* name = "pool", int niceness = 0);
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
     ~ThreadPool();
