@@ -73,9 +73,10 @@ protected:
         return std::ranges::find_if(lane, [&](float s) { return std::abs(s) >= level; }) - lane.begin();
     }
 
-    VirtualTime time;
+    // What the last clean-up touches, which goes with the time.
     FakeMicrophone microphone;
     FakeSystemAudioTap tap;
+    VirtualTime time;
     std::vector<std::string> notes;
     std::function<void(std::string)> note = [this](std::string line) { notes.push_back(std::move(line)); };
     Executor& engineQueue = time.addExecutor();

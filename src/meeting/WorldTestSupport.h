@@ -123,9 +123,10 @@ public:
     }
 
     MemoryFolder& disk;
-    VirtualTime time;
+    // What the last clean-up touches, which goes with the time.
     FakeMicrophone microphone;
     FakeSystemAudioTap tap;
+    VirtualTime time;
     ScriptedEngines engines;
     FakePreferences preferences;
     FakePowerActivity powerActivity;
