@@ -87,7 +87,7 @@ public:
     MeetingModelPolicy policy;
 
 private:
-    PulseServer soundServer;
+    PulseServer soundServer{Duration::zero()}; // the window does not wait for it
     LinuxSystemAudioTap systemTap;
 
 public:

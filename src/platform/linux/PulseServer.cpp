@@ -15,8 +15,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Logger log{"sound"};
-constexpr Duration connectLimit = 2s, answerLimit = 2500ms, askEvery = 1s, retryEvery = 1s, firstAnswer = 500ms;
 constexpr pa_usec_t tickMicroseconds = 500'000;
+constexpr Duration connectLimit = 2s, answerLimit = 2500ms, askEvery = 1s, retryEvery = 1s;
 
 SteadyInstant now() {
     return SystemSteadyClock().now();
@@ -67,7 +67,7 @@ PulseServer::Lock::~Lock() {
     pa_threaded_mainloop_unlock(loop);
 }
 
-PulseServer::PulseServer()
+PulseServer::PulseServer(Duration firstAnswer)
     : loop(pa_threaded_mainloop_new()), inventory([this](PulseSnapshot told) { accept(std::move(told)); }) {
     if (loop == nullptr) throw std::runtime_error("no main loop for sound");
     pa_threaded_mainloop_set_name(loop, "tavrin-sound");
@@ -78,7 +78,7 @@ PulseServer::PulseServer()
         pa_threaded_mainloop_free(loop);
         throw std::runtime_error("no thread for sound");
     }
-    waitUntil(firstAnswer, [this] { return status != Status::connecting; });
+    if (firstAnswer > Duration::zero()) waitUntil(firstAnswer, [this] { return status != Status::connecting; });
 }
 
 PulseServer::~PulseServer() {

@@ -45,9 +45,9 @@ public:
         pa_threaded_mainloop* loop;
     };
 
-    /// Waits up to half a second for the first answer, so that there are devices at once where there is a server.
+    /// Waits up to `firstAnswer` for the first answer, so that there are devices at once where there is a server.
     /// Throws std::runtime_error if no thread can be had.
-    PulseServer();
+    explicit PulseServer(Duration firstAnswer = std::chrono::milliseconds(500));
     PulseServer(const PulseServer&) = delete;
     PulseServer& operator=(const PulseServer&) = delete;
     ~PulseServer();
