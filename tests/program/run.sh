@@ -51,9 +51,10 @@ run_one() {
   local name=$1 kind=$2 limit=$3 log=$SOUND_FOLDER/logs/$1.txt begin=$SECONDS verdict=FAILED
   mkdir -p "$SOUND_FOLDER/logs"
   : >"$SOUND_FOLDER/program.log"
-  (sound_reset) >"$log" 2>&1 && timeout -k 5 "$limit" $(isolation "$name") tests/program/one.sh "$name" "$SOUND_FOLDER" \
+  # A screen for each: keys that one has pressed are nobody else's.
+  { (sound_reset) && start_screen && sound_spawn openbox openbox; } >"$log" 2>&1 && timeout -k 5 "$limit" $(isolation "$name") tests/program/one.sh "$name" "$SOUND_FOLDER" \
     >>"$log" 2>&1 && verdict=ok
-  end_spawned_but_services
+  end_spawned
   printf '%-7s %s on %s (%s s)\n' "$verdict" "$name" "$kind" "$((SECONDS - begin))"
   grep '^  ' "$log" || true
   run=$((run + 1))
@@ -65,17 +66,19 @@ run_one() {
 }
 
 # What a circumstance leaves running, whether it was through or not.
-end_spawned_but_services() {
+end_spawned() {
   local name
   for name in $(sound_names); do
     case $name in program* | player*) sound_end KILL "$name" ;; esac
   done
+  sound_end TERM openbox screen
+  rm -f "$SOUND_FOLDER/display"
 }
 
 run_kind() {
   local kind=$1 entry list=$on_pipewire
   [ "$kind" = pipewire ] || list=$on_pulseaudio
-  sound_start "$kind" "$folder" && start_screen && sound_spawn openbox openbox || return 1
+  sound_start "$kind" "$folder" || return 1
   for entry in $list; do
     ! wanted "${entry%:*}" || run_one "${entry%:*}" "$kind" "${entry#*:}"
   done
@@ -83,8 +86,7 @@ run_kind() {
 
 clean_up() {
   sound_use "$folder" || return 0
-  end_spawned_but_services
-  sound_end TERM openbox screen
+  end_spawned
   sound_stop "$folder"
   [ "$failed" != 0 ] || rm -rf "$folder"
 }

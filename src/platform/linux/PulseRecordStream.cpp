@@ -18,6 +18,8 @@ using namespace std::chrono_literals;
 constexpr Duration stallLimit = 2500ms;
 /// A latency beyond this is a server's mistake.
 constexpr Duration longestLatency = 2s;
+/// The begin of a stream's sound is known when it has stayed within `sameTime` for so long.
+constexpr Duration sameTime = 10ms, knownAfter = 120ms, longestWait = 1s;
 constexpr double shortestFragment = 0.020, longestFragment = 0.040;
 
 SteadyInstant now() {
@@ -120,10 +122,12 @@ void PulseRecordStream::read() {
         const void* data = nullptr;
         std::size_t bytes = 0;
         if (pa_stream_peek(stream, &data, &bytes) < 0 || bytes == 0) return;
-        if (data == nullptr)
+        if (data == nullptr) {
+            hand(now() - ageOfNext(stream));
             gap = true;
-        else
+        } else {
             deliver(static_cast<const float*>(data), bytes / (sizeof(float) * source.format.channels));
+        }
         pa_stream_drop(stream);
     }
 }
@@ -131,11 +135,31 @@ void PulseRecordStream::read() {
 void PulseRecordStream::deliver(const float* samples, std::size_t frames) {
     if (frames == 0) return;
     const SteadyInstant arrival = now();
+    const double rate = source.format.sampleRate;
     heard = arrival;
-    receiver({.format = source.format,
-              .samples = {samples, frames * source.format.channels},
-              .end = arrival - ageOfNext(stream) + lasting(frames, source.format.sampleRate),
-              .followsGap = std::exchange(gap, false)});
+    waiting.insert(waiting.end(), samples, samples + (frames * source.format.channels));
+    const SteadyInstant end = arrival - ageOfNext(stream) + lasting(frames, rate);
+    isTimeKnown = isTimeKnown || knowsTime(arrival, end - lasting(waiting.size() / source.format.channels, rate));
+    if (isTimeKnown) hand(end);
+}
+
+/// Until the server has told of a time at which there was sound already, the library counts from when the stream was
+/// made: it takes sound for older than it is, by up to some tenths of a second, and finds back step by step.
+bool PulseRecordStream::knowsTime(SteadyInstant arrival, SteadyInstant begin) {
+    if (!firstArrival) firstArrival = arrival;
+    const pa_timing_info* told = pa_stream_get_timing_info(stream);
+    const bool tellsOfSound = told != nullptr && told->write_index > 0;
+    if (!tellsOfSound || std::chrono::abs(begin - supposedBegin) > sameTime) {
+        supposedBegin = begin;
+        supposedSince = arrival;
+    }
+    return arrival - supposedSince >= knownAfter || arrival - *firstArrival >= longestWait;
+}
+
+void PulseRecordStream::hand(SteadyInstant end) {
+    if (waiting.empty()) return;
+    receiver({.format = source.format, .samples = waiting, .end = end, .followsGap = std::exchange(gap, false)});
+    waiting.clear();
 }
 
 } // namespace tavrin

@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 struct pa_stream;
 
@@ -16,7 +18,8 @@ namespace tavrin {
 class PulseServer;
 
 /// One recording from one source, in the source's own rate and channels. It stays with that source until it fails;
-/// it never opens again by itself.
+/// it never opens again by itself. The first sound comes some tenths of a second late, in one piece: until then the
+/// library does not know its time.
 ///
 /// Thread: made, used and destroyed holding the server's lock or on its loop; state(), isStalled() and the names from
 ///         any thread. The receiver is called on the loop.
@@ -54,6 +57,8 @@ private:
     void changeState();
     void read();
     void deliver(const float* samples, std::size_t frames);
+    bool knowsTime(SteadyInstant arrival, SteadyInstant begin);
+    void hand(SteadyInstant end);
 
     PulseServer& server;
     Source source;
@@ -63,6 +68,13 @@ private:
     int reason = 0;
     std::atomic<State> current = State::opening;
     std::atomic<SteadyInstant> heard;
+
+    // On the loop.
+    std::vector<float> waiting; // sound that the receiver has not got yet
+    std::optional<SteadyInstant> firstArrival;
+    SteadyInstant supposedBegin; // of the stream's sound
+    SteadyInstant supposedSince;
+    bool isTimeKnown = false;
 };
 
 } // namespace tavrin
