@@ -75,7 +75,9 @@ void collect(Held<AtspiAccessible> handle, int depth, std::vector<Part>& parts) 
     // A program's own node is never shown, its windows are.
     if (!states || (depth > 0 && atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING) == 0)) return;
     std::vector<Held<AtspiAccessible>> children;
-    for (int i = 0; i < atspi_accessible_get_child_count(handle.get(), nullptr); ++i)
+    const int count = atspi_accessible_get_child_count(handle.get(), nullptr);
+    children.reserve(std::size_t(std::max(count, 0)));
+    for (int i = 0; i < count; ++i)
         children.emplace_back(atspi_accessible_get_child_at_index(handle.get(), i, nullptr));
     if (depth > 0) parts.push_back(partOf(std::move(handle), states.get()));
     for (auto& child : children)

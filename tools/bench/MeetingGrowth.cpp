@@ -56,14 +56,6 @@ public:
         if (!session.isCapturing()) throw std::runtime_error("the meeting does not begin");
     }
 
-    /// Capture lets go of its devices before they die.
-    ~LongMeeting() {
-        mixedCapture.stop();
-        time.runUntilIdle();
-    }
-    LongMeeting(const LongMeeting&) = delete;
-    LongMeeting& operator=(const LongMeeting&) = delete;
-
     /// Both lanes hear `talk` and the page is painted, until the meeting has lasted this long.
     void runUntil(Duration end, ScriptedTalk& talk) {
         for (; passed < end; passed += ScriptedTalk::piece) {
@@ -79,9 +71,10 @@ public:
 
 private:
     DiskFolder disk;
-    VirtualTime time;
+    // What capture's last clean-up touches, which goes with the time.
     FakeMicrophone microphone;
     FakeSystemAudioTap tap;
+    VirtualTime time;
     ScriptedEngines engines;
     FakePreferences preferences;
     FakePowerActivity power;

@@ -126,7 +126,7 @@ def judge(prefix, watched, quiet0, quiet1, talk0, talk1, figures_path):
         print(f"  {speaker:<5}", "  ".join("none" if value is None else f"{value:.2f} s" for value in found))
         sound = min((entry["start"] for entry in seen if entry.get("lane") == lane), default=None)
         if sound is not None:
-            figures.append(f"figure|{speaker}: from sound to its sample in the file, at best|{sound - start:.3f}|2|s")
+            figures.append(f"figure|{speaker}: the file's end behind the clock, at best|{sound - start:.3f}|2|s")
     if not everything:
         sys.exit("no line came after an utterance")
     figures += [f"figure|line after the end of a word, median|{statistics.median(everything)}|2|s",
