@@ -9,10 +9,10 @@ import array
 import sys
 
 RATE = 16_000
-STEP = 160  # 10 ms
+STEP = 32  # 2 ms
 LOUD = 600 * 600  # mean square; all else that is played here is digital silence
 LONGEST_PAUSE = 0.2  # seconds within a burst
-LANES_APART = 0.040
+LANES_APART = 0.040 + STEP / RATE
 # A player needs a moment to start, and more of it on a busy machine.
 MOMENTS_APART = 0.8
 # A lane that its device holds up is set right by some hundredths of a second; a lost chunk is a quarter of one.

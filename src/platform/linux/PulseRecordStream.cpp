@@ -149,6 +149,9 @@ bool PulseRecordStream::knowsTime(SteadyInstant arrival, SteadyInstant begin) {
     if (!firstArrival) firstArrival = arrival;
     const pa_timing_info* told = pa_stream_get_timing_info(stream);
     const bool tellsOfSound = told != nullptr && told->write_index > 0;
+    // By itself the library asks ever more seldom.
+    if (auto* asked = tellsOfSound ? nullptr : pa_stream_update_timing_info(stream, nullptr, nullptr); asked != nullptr)
+        pa_operation_unref(asked);
     if (!tellsOfSound || std::chrono::abs(begin - supposedBegin) > sameTime) {
         supposedBegin = begin;
         supposedSince = arrival;

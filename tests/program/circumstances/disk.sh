@@ -21,6 +21,9 @@ disk_full() {
   tell "the disk took nothing for $(calculate "$(now) - $from") s"
   sound_until 10 hides "be saved right now"
   sleep 4
+  # No burst is cut by the end of the meeting.
+  sound_end TERM player
+  sleep 1
   end_meeting
   [ "$(stat -f -c %T "$XDG_DATA_HOME")" = tmpfs ]
   holds "$(lane_seconds me) >= 18"
