@@ -281,7 +281,7 @@ void TranscriptionSession::finishRecording() {
 void TranscriptionSession::setTranscriptTitle(std::string title) {
     expectCurrent(use.capture.main);
     state.transcriptTitle = std::move(title);
-    if (!isCapturing() && meeting.persistence) tasks.spawn([this] -> Task<void> { co_await writeCheckpoint(); });
+    if (meeting.persistence) tasks.spawn([this] -> Task<void> { co_await writeCheckpoint(); });
 }
 
 void TranscriptionSession::defaultTitle() {
