@@ -9,7 +9,8 @@ second_start() {
   timeout 10 "$program"
   at_most "the second start" "$(calculate "$(now) - $from")" 3 s
   sound_until 5 window_is_there || fail "the window is not raised"
-  [ "$(program_pid)" = "$first" ] && lives
+  [ "$(program_pid)" = "$first" ]
+  lives
   if DBUS_SESSION_BUS_ADDRESS=unix:path=$XDG_RUNTIME_DIR/none timeout 10 "$program" 2>"$SOUND_FOLDER/second.log"; then
     fail "without a session bus a second one runs"
   fi
