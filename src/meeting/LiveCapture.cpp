@@ -137,6 +137,8 @@ void LiveCapture::failStart(const std::exception& error, std::uint64_t generatio
     if (captureGeneration != generation) return;
     transcript.cancelThemResults();
     resetLanes();
+    state.interimPartial = "";
+    state.processingStatusMessage = std::nullopt;
     state.status = MeetingStatus::error(error.what());
 }
 
