@@ -43,7 +43,7 @@ wanted() { [ -z "$names" ] || [[ " $names " == *" $1 "* ]]; }
 # A circumstance that mounts gets a view of the file system of its own.
 isolation() {
   [ "$1" = disk_full ] || return 0
-  if [ "$(id -u)" = 0 ]; then echo unshare --mount; else echo unshare --map-root-user --mount; fi
+  if [ "$(id -u)" = 0 ]; then echo unshare --mount --propagation unchanged; else echo unshare --map-root-user --mount; fi
 }
 
 # shellcheck disable=SC2046

@@ -2,6 +2,7 @@
 
 # In a view of the file system of its own: the data folder is a small disk.
 disk_full() {
+  mount --make-rprivate / 2>/dev/null || true # not a mount of its own everywhere
   mount -t tmpfs -o size=8m,mode=700 tavrin-test "$XDG_DATA_HOME"
   install_program "$TAVRIN_MODELS"
   started_program
