@@ -154,12 +154,13 @@ sound_remove() {
   sound_end TERM "silence-$1" "silence-$1_feed"
 }
 
+# A session manager that has just started does not take defaults yet.
 sound_default_speaker() {
-  timeout 5 pactl set-default-sink "$1" && sound_until 5 sound_is_default sink "$1" ||
+  sound_until 10 timeout 5 pactl set-default-sink "$1" && sound_until 5 sound_is_default sink "$1" ||
     sound_fail "$1 does not become the default"
 }
 sound_default_microphone() {
-  timeout 5 pactl set-default-source "$1" && sound_until 5 sound_is_default source "$1" ||
+  sound_until 10 timeout 5 pactl set-default-source "$1" && sound_until 5 sound_is_default source "$1" ||
     sound_fail "$1 does not become the default"
 }
 sound_is_default() { [ "$(timeout 2 pactl "get-default-$1")" = "$2" ]; }
