@@ -78,7 +78,6 @@ TranscriptionSession::Dependencies Services::sessionDependencies() {
                         .diagnostics = diagnostics},
             .applicationSupport = applicationSupport,
             .storage = storage,
-            .preferences = preferences,
             .powerActivity = powerActivity,
             .loadAPIToken = [this] { return credentials.loadAPIToken(); },
             // The desktop has no such question: whoever may talk to the sound server may record.

@@ -91,7 +91,9 @@ void PcmLane::place() {
         missing = std::min(missing, timeline->lag(buffer.view(), std::llround(ahead)));
         ahead += samplesOf(buffer.view());
     }
-    if (missing > 0 && missing <= longestFill) {
+    if (missing > longestFill) {
+        log.warning("a gap of {} s is not filled", missing / static_cast<std::int64_t>(pcmSampleRate));
+    } else if (missing > 0) {
         finishConverter();
         fill(missing);
     }

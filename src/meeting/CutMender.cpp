@@ -63,6 +63,12 @@ std::string CutMender::end(const SpeechChunk& chunk, const std::vector<float>& s
     return text;
 }
 
+std::string CutMender::giveUp() {
+    const auto parts = words(held);
+    if (!parts.empty()) wordBefore = normalizedWord(parts.back());
+    return std::exchange(held, {});
+}
+
 std::size_t CutMender::wordsToHold(std::span<const std::string_view> parts, std::size_t most) {
     std::size_t best = std::min<std::size_t>(most, 1);
     std::size_t longest = 0;
@@ -78,8 +84,8 @@ std::size_t CutMender::wordsToHold(std::span<const std::string_view> parts, std:
 std::string CutMender::withoutHeld(const std::string& text, const std::vector<float>& samples,
                                    std::span<const TimedWord> said) {
     const double length = static_cast<double>(samples.size()) / pcmSampleRate;
-    if (said.size() < 2 || said.back().end < length - hitByCut) return text;
     const auto parts = words(text);
+    if (parts.size() < 2 || said.size() < 2 || said.back().end < length - hitByCut) return text;
     const std::size_t count = wordsToHold(parts, std::min(said.size(), parts.size()) - 1);
     const double cut = std::max(said[said.size() - 1 - count].start - leadIn, 0.0);
     if (count == 0 || cut < length - longestRest) return text;

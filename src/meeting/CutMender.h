@@ -12,7 +12,7 @@ namespace tavrin {
 
 /// Mends what a cut in the middle of speech does to the words there: the last word of a chunk that was cut off by force
 /// is left to the next chunk, which hears it whole, and the word before it once more, so as not to begin within a word.
-/// A lane's chunks go through begin() and end() by turns, in order. Thread: none of its own.
+/// A lane's chunks go through begin() and end() (or giveUp()) by turns, in order. Thread: none of its own.
 class CutMender final {
 public:
     static constexpr std::size_t mostHeldWords = 3;
@@ -36,6 +36,9 @@ public:
     /// What of the chunk's text stands now, with the word that was left if nothing better was heard of it. `samples`
     /// are those of begin().
     std::string end(const SpeechChunk& chunk, const std::vector<float>& samples, const ChunkText& heard);
+
+    /// Instead of end(), where the engine failed: the word that was left, as it was heard at the cut.
+    std::string giveUp();
 
     [[nodiscard]] bool holdsWords() const { return !held.empty(); }
 

@@ -66,6 +66,22 @@ TEST_F(CutMenderTest, left_words_stand_as_they_were_heard_when_nothing_better_co
     EXPECT_EQ(chunk(20'000, "", true, false).text, "team");
 }
 
+TEST_F(CutMenderTest, left_words_stand_when_the_engine_fails) {
+    EXPECT_EQ(chunk(48'000, " with the whole team", false, true).text, "with the whole");
+    mender.begin({.samples = std::vector<float>(48'000), .followsForcedCut = true, .index = index++});
+    EXPECT_EQ(mender.giveUp(), "team");
+    EXPECT_FALSE(mender.holdsWords());
+    EXPECT_EQ(chunk(48'000, " team is gone", true, false).text, "team is gone"); // nothing is taken for an echo
+}
+
+TEST_F(CutMenderTest, next_chunk_may_say_no_more_than_what_stands) {
+    for (const char* same : {" rather", " cold rather", " rather self"}) {
+        chunk(48'000, " cold hearted rather self", false, true);
+        const std::string text = chunk(48'000, same, true, true).text;
+        EXPECT_TRUE(text.empty() || text == "self") << same << ": " << text;
+    }
+}
+
 TEST_F(CutMenderTest, nothing_is_left_where_the_cut_hit_no_word) {
     EXPECT_EQ(chunk(48'000, " one", false, true).text, "one");
     const Said next = chunk(48'000, " two three", true, false);

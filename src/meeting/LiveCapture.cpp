@@ -102,21 +102,30 @@ void LiveCapture::wireMeters() {
 /// Each chunk to its file, before anything else is there to take it.
 void LiveCapture::wireArchive() {
     clearFrameCounters();
-    const auto persistence = meeting.persistence;
-    const auto firstSample =
-        persistence ? std::max(persistence->micPCM()->sampleCount(), persistence->themPCM()->sampleCount()) : 0;
+    const LaneArchives archives = openArchives();
+    const std::size_t firstSample =
+        archives.me ? std::max(archives.me->sampleCount(), archives.them->sampleCount()) : 0;
     meeting.stretches.push_back({.firstSample = static_cast<std::int64_t>(firstSample), .start = use.clock.now()});
-    const auto into = [this, firstSample](std::shared_ptr<PcmArchive> archive,
-                                          DiagnosticsCaptureFrameCounter& counter) {
+    for (const auto& archive : {archives.me, archives.them})
         if (archive) archive->beginStretch(firstSample);
-        return [&diagnostics = use.diagnostics, &counter, archive](std::span<const std::byte> pcm) {
-            diagnostics.countFrames(pcm.size(), counter);
-            if (archive) archive->append(pcm);
-        };
+    use.mixedCapture.onMicPCMChunk.set(chunkSink(archives.me, diagnosticsMicFrameCounter));
+    use.mixedCapture.onSystemPCMChunk.set(chunkSink(archives.them, diagnosticsThemFrameCounter));
+}
+
+LiveCapture::LaneArchives LiveCapture::openArchives() const {
+    if (!meeting.persistence) return {};
+    return {.me = meeting.persistence->micPCM(), .them = meeting.persistence->themPCM()};
+}
+
+WhisperStreamProcessor::Inlet LiveCapture::chunkSink(std::shared_ptr<PcmArchive> archive,
+                                                     DiagnosticsCaptureFrameCounter& counter,
+                                                     WhisperStreamProcessor::Inlet live) {
+    return [&diagnostics = use.diagnostics, &counter, file = std::move(archive),
+            inlet = std::move(live)](std::span<const std::byte> pcm) {
+        diagnostics.countFrames(pcm.size(), counter);
+        if (file) file->append(pcm);
+        if (inlet) inlet(pcm);
     };
-    use.mixedCapture.onMicPCMChunk.set(into(persistence ? persistence->micPCM() : nullptr, diagnosticsMicFrameCounter));
-    use.mixedCapture.onSystemPCMChunk.set(
-        into(persistence ? persistence->themPCM() : nullptr, diagnosticsThemFrameCounter));
 }
 
 Task<bool> LiveCapture::startCapture(std::uint64_t generation) {
@@ -206,21 +215,11 @@ void LiveCapture::attach() {
 
 /// From here on each chunk goes to the file and then to the lane's processor. What came between is in the file only.
 void LiveCapture::wireLive() {
-    const auto into = [this](std::shared_ptr<PcmArchive> archive, DiagnosticsCaptureFrameCounter& counter,
-                             WhisperStreamProcessor::Inlet inlet) {
-        return [&diagnostics = use.diagnostics, &counter, archive,
-                inlet = std::move(inlet)](std::span<const std::byte> pcm) {
-            diagnostics.countFrames(pcm.size(), counter);
-            if (archive) archive->append(pcm);
-            inlet(pcm);
-        };
-    };
-    const auto& persistence = meeting.persistence;
-    use.mixedCapture.onMicPCMChunk.set(
-        into(persistence ? persistence->micPCM() : nullptr, diagnosticsMicFrameCounter, meProcessor->inlet()));
+    const LaneArchives archives = openArchives();
+    use.mixedCapture.onMicPCMChunk.set(chunkSink(archives.me, diagnosticsMicFrameCounter, meProcessor->inlet()));
     if (*state.systemAudioActive)
         use.mixedCapture.onSystemPCMChunk.set(
-            into(persistence ? persistence->themPCM() : nullptr, diagnosticsThemFrameCounter, themProcessor->inlet()));
+            chunkSink(archives.them, diagnosticsThemFrameCounter, themProcessor->inlet()));
     else
         use.mixedCapture.onSystemPCMChunk.clear();
 }

@@ -79,6 +79,16 @@ private:
     void attach();
     void wireLive();
     void tellLive();
+    struct LaneArchives {
+        std::shared_ptr<PcmArchive> me;
+        std::shared_ptr<PcmArchive> them;
+    };
+    /// Both or none.
+    [[nodiscard]] LaneArchives openArchives() const;
+    /// What a lane's sound goes through: the count, its file, and its processor where there is one already.
+    WhisperStreamProcessor::Inlet chunkSink(std::shared_ptr<PcmArchive> archive,
+                                            DiagnosticsCaptureFrameCounter& counter,
+                                            WhisperStreamProcessor::Inlet live = {});
     void failStart(const std::exception& error, std::uint64_t generation);
 
     [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> meLaneProcessor();

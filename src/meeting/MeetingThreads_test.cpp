@@ -69,7 +69,6 @@ protected:
                             .diagnostics = diagnostics},
                 .applicationSupport = disk,
                 .storage = storage,
-                .preferences = preferences,
                 .powerActivity = power,
                 .loadAPIToken = [] -> Task<std::optional<std::string>> { co_return "tavrin_test"; },
                 .requestMicrophoneAccess = [] -> Task<bool> { co_return true; },

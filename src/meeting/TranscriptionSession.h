@@ -30,7 +30,6 @@ public:
         LiveCapture::Dependencies capture;
         Folder& applicationSupport;
         Executor& storage;
-        const Preferences& preferences;
         PowerActivity& powerActivity;
         /// The stored API token; absent or empty: none.
         std::function<Task<std::optional<std::string>>()> loadAPIToken;

@@ -163,18 +163,22 @@ Task<void> WhisperStreamProcessor::transcribeOne(SpeechChunk chunk) {
     const CutMender::Hearing hearing = mender.begin(chunk);
     if (hearing.samples.empty() && !mender.holdsWords()) co_return;
     if (callbacks.onTranscriptionStarted) callbacks.onTranscriptionStarted();
-    bool isWanted = true;
+    std::string text = co_await textOf(chunk, hearing);
+    const bool isWanted = text.empty() || callbacks.onResult({std::move(text), hearing.repeatsSound}, chunk);
+    if (isWanted) completedSamples += samples;
+    if (callbacks.onTranscriptionFinished) callbacks.onTranscriptionFinished();
+}
+
+Task<std::string> WhisperStreamProcessor::textOf(const SpeechChunk& chunk, const CutMender::Hearing& hearing) {
     try {
         ChunkText heard;
         if (!hearing.samples.empty()) heard = co_await use.transcribe(hearing.samples, chunk.endsInForcedCut);
-        std::string text = mender.end(chunk, hearing.samples, heard);
-        if (!text.empty()) isWanted = callbacks.onResult({std::move(text), hearing.repeatsSound}, chunk);
+        co_return mender.end(chunk, hearing.samples, heard);
     } catch (const std::exception& error) {
         log.error("Transcription chunk failed ({}): {}", speakerLabel, error.what());
         if (callbacks.onError) callbacks.onError(error.what());
     }
-    if (isWanted) completedSamples += samples;
-    if (callbacks.onTranscriptionFinished) callbacks.onTranscriptionFinished();
+    co_return mender.giveUp();
 }
 
 } // namespace tavrin

@@ -85,6 +85,8 @@ private:
     void enqueue(SpeechChunk chunk);
     Task<void> work();
     Task<void> transcribeOne(SpeechChunk chunk);
+    /// What stands after a chunk. Chunk and hearing outlive the task.
+    Task<std::string> textOf(const SpeechChunk& chunk, const CutMender::Hearing& hearing);
     void startWorker();
     void dropOldest();
 

@@ -171,7 +171,6 @@ private:
                             .diagnostics = diagnostics},
                 .applicationSupport = disk,
                 .storage = storage,
-                .preferences = preferences,
                 .powerActivity = powerActivity,
                 .loadAPIToken = [this] -> Task<std::optional<std::string>> { co_return token; },
                 .requestMicrophoneAccess = [this] -> Task<bool> { co_return mayUseMicrophone; },

@@ -91,7 +91,7 @@ private:
     LiveCapture::Dependencies capture{time.main(),      time.addExecutor(), time.addExecutor(),
                                       time.wallClock(), mixedCapture,       engines,
                                       models,           diagnostics};
-    TranscriptionSession session{{capture, disk, storage, preferences, power,
+    TranscriptionSession session{{capture, disk, storage, power,
                                   [] -> Task<std::optional<std::string>> { co_return "tavrin_bench"; },
                                   [] -> Task<bool> { co_return true; }, [] { return false; }}};
     Theme theme{*qApp};
