@@ -1,22 +1,17 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
+#include "platform/PreferenceValue.h"
+
 #include <string_view>
 #include <utility>
-#include <variant>
 
 namespace tavrin {
-
-/// A boolean, a whole number, a number or a text.
-using PreferenceValue = std::variant<bool, std::int64_t, double, std::string>;
 
 /// What the user chose, kept over launches: one value a key, such as "tavrin.dictationHotkey".
 ///
 /// A key without a value has none of the types; a value of another type than asked for counts as absent, except that a
-/// whole number is a number as well. Defaults are the readers' affair.
-/// Thread:  main executor only. Reading is cheap, from memory.
+/// whole number is a number as well, and a list of texts structured data. Defaults are the readers' affair.
+/// Thread:  any. Reading is cheap, from memory.
 /// Lasting: a change survives the program's end, soon after the call that makes it. It never fails for the caller; what
 ///          cannot be written is logged and tried again with the next change.
 class Preferences {
@@ -34,6 +29,15 @@ public:
     [[nodiscard]] std::optional<double> number(std::string_view key) const {
         if (const auto whole = integer(key)) return static_cast<double>(*whole);
         return as<double>(key);
+    }
+    [[nodiscard]] std::optional<std::vector<std::string>> strings(std::string_view key) const {
+        return as<std::vector<std::string>>(key);
+    }
+    /// An object or an array.
+    [[nodiscard]] std::optional<Json> json(std::string_view key) const {
+        if (const auto list = strings(key)) return jsonOf(*list);
+        if (auto data = as<JsonData>(key)) return std::move(data->content);
+        return std::nullopt;
     }
 
 private:

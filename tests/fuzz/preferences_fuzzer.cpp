@@ -18,8 +18,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     folder.writeAtomically("p", text);
     {
         JsonPreferences preferences(folder, "p", time.main());
-        (void)preferences.value("a");
+        // What is read and stored again stays what it was.
+        for (const char* key : {"a", "list", "o"})
+            if (const auto value = preferences.value(key)) preferences.set(key, *value);
         preferences.set("new", std::int64_t{7});
+        if (preferences.damageAtStart().has_value() != folder.info("p.damaged").has_value()) __builtin_trap();
     }
     if (JsonPreferences(folder, "p", time.main()).integer("new") != 7) __builtin_trap();
     if (folder.info("p.damaged")) {
@@ -37,7 +40,7 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, st
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t mostSize,
                                                unsigned seed) {
     static const std::string good =
-        R"({"a":1.5,"b":true,"new":"x","list":[1],"big":18446744073709551615,"none":null,"o":{"k":-1}})";
+        R"({"a":1.5,"b":true,"new":"x","list":["1","x"],"big":18446744073709551615,"none":null,"o":{"k":[-1,{}]}})";
     if (seed % 2 == 0 && good.size() <= mostSize) {
         good.copy(reinterpret_cast<char*>(data), good.size());
         size = good.size();

@@ -7,7 +7,7 @@
 
 namespace tavrin {
 
-/// Preferences in memory.
+/// Preferences in memory. Thread: one.
 class FakePreferences final : public Preferences {
 public:
     [[nodiscard]] std::optional<PreferenceValue> value(std::string_view key) const override {
@@ -17,7 +17,8 @@ public:
     }
     void set(std::string_view key, PreferenceValue value) override {
         ++changes;
-        values.insert_or_assign(std::string(key), std::move(value));
+        // As a store gives it back: an array of texts is a list however it came.
+        if (const auto kept = preferenceValueIn(jsonOf(value))) values.insert_or_assign(std::string(key), *kept);
     }
     void remove(std::string_view key) override {
         ++changes;

@@ -5,6 +5,7 @@
 #include "support/json/Json.h"
 #include "support/log/Log.h"
 
+#include <algorithm>
 #include <cmath>
 #include <mutex>
 
@@ -16,12 +17,13 @@ constexpr Logger logger{"Preferences"};
 constexpr JsonLimits limits{.bytes = std::size_t{16} << 20};
 constexpr int mostDamagedFiles = 100;
 
-std::optional<PreferenceValue> preferenceOf(const Json& value) {
-    if (const auto truth = boolIn(value)) return PreferenceValue(*truth);
-    if (auto text = stringIn(value)) return PreferenceValue(std::move(*text));
-    if (value.is_number_float()) return PreferenceValue(value.get<double>());
-    if (const auto whole = integerIn(value)) return PreferenceValue(*whole);
-    return std::nullopt;
+/// A member may nest as deep as the file, less the file's own object.
+constexpr std::size_t mostDepth = 60;
+
+bool isKeepable(const Json& value, std::size_t depth = mostDepth) {
+    if (value.is_number_float()) return std::isfinite(value.get<double>());
+    if (!value.is_structured()) return !value.is_discarded() && !value.is_binary();
+    return depth > 0 && std::ranges::all_of(value, [&](const Json& part) { return isKeepable(part, depth - 1); });
 }
 
 } // namespace
@@ -37,14 +39,18 @@ public:
     bool remove(std::string_view key);
     void write();
 
+    [[nodiscard]] const std::optional<Damage>& damageAtStart() const { return damage; }
+
 private:
     void read();
     void moveAside();
     bool noteChange();
+    /// What can neither be read nor moved is never written over.
+    [[nodiscard]] bool keepsChanges() const { return !damage || damage->keptAs; }
 
     Folder& folder;
     const std::string path;
-    bool isWritable = true;
+    std::optional<Damage> damage; // constant once constructed
 
     std::mutex writing; // taken first; one writer at a time, so that the last one has the last word
     mutable std::mutex mutex;
@@ -70,14 +76,14 @@ void JsonPreferences::State::read() {
 }
 
 void JsonPreferences::State::moveAside() {
-    isWritable = false;
+    damage.emplace(Damage{.file = folder.location(path)});
     try {
         for (int number = 1; number <= mostDamagedFiles; ++number) {
             const std::string aside = path + ".damaged" + (number == 1 ? "" : "-" + std::to_string(number));
             if (folder.info(aside)) continue;
             folder.rename(path, aside);
             logger.warning("The old preferences are in {}", aside);
-            isWritable = true;
+            damage->keptAs = folder.location(aside);
             return;
         }
         logger.error("There are too many damaged preferences already: changes are not kept");
@@ -89,14 +95,14 @@ void JsonPreferences::State::moveAside() {
 std::optional<PreferenceValue> JsonPreferences::State::value(std::string_view key) const {
     const std::scoped_lock lock(mutex);
     const Json* member = memberOf(values, key);
-    return member == nullptr ? std::nullopt : preferenceOf(*member);
+    return member == nullptr ? std::nullopt : preferenceValueIn(*member);
 }
 
 bool JsonPreferences::State::set(std::string_view key, const PreferenceValue& value) {
     const std::scoped_lock lock(mutex);
     const Json* before = memberOf(values, key);
-    if (before != nullptr && preferenceOf(*before) == value) return false;
-    values[std::string(key)] = std::visit([](const auto& content) { return Json(content); }, value);
+    if (before != nullptr && preferenceValueIn(*before) == value) return false;
+    values[std::string(key)] = jsonOf(value);
     return noteChange();
 }
 
@@ -108,7 +114,7 @@ bool JsonPreferences::State::remove(std::string_view key) {
 /// Under the lock.
 bool JsonPreferences::State::noteChange() {
     isChanged = true;
-    return isWritable && !std::exchange(isScheduled, true);
+    return keepsChanges() && !std::exchange(isScheduled, true);
 }
 
 void JsonPreferences::State::write() {
@@ -117,8 +123,12 @@ void JsonPreferences::State::write() {
     {
         const std::scoped_lock lock(mutex);
         isScheduled = false;
-        if (!isWritable || !std::exchange(isChanged, false)) return;
+        if (!keepsChanges() || !std::exchange(isChanged, false)) return;
         text = prettyText(values);
+    }
+    if (text.size() > limits.bytes) {
+        logger.error("The preferences are not saved: they are larger than what would be read again");
+        return;
     }
     try {
         folder.makeFolders(Folder::parentOf(path));
@@ -142,9 +152,8 @@ std::optional<PreferenceValue> JsonPreferences::value(std::string_view key) cons
 }
 
 void JsonPreferences::set(std::string_view key, PreferenceValue value) {
-    const double* number = std::get_if<double>(&value);
-    if (number != nullptr && !std::isfinite(*number)) {
-        logger.error("{} is no number to keep for {}", *number, key);
+    if (!isKeepable(jsonOf(value))) {
+        logger.error("The value for {} holds a number that is none, or nests too deep, and is not kept", key);
         return;
     }
     if (state->set(key, value)) storage.postAt(after(storage.now(), writeDelay), [self = state] { self->write(); });
@@ -152,6 +161,10 @@ void JsonPreferences::set(std::string_view key, PreferenceValue value) {
 
 void JsonPreferences::remove(std::string_view key) {
     if (state->remove(key)) storage.postAt(after(storage.now(), writeDelay), [self = state] { self->write(); });
+}
+
+const std::optional<JsonPreferences::Damage>& JsonPreferences::damageAtStart() const {
+    return state->damageAtStart();
 }
 
 } // namespace tavrin
