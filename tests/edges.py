@@ -18,7 +18,7 @@ MAY_USE = {
     "speech": {"platform", "support"},
     "dictation/text": {"support"},
     "audio": {"platform", "support"},
-    "server": {"platform", "support"},
+    "server": {"dictation/text", "platform", "support"},
     "meeting": {"speech", "audio", "server", "dictation/text", "platform", "support"},
     "ui": {"meeting", "speech", "audio", "server", "dictation/text", "platform", "support"},
     "app": {"ui", "meeting", "speech", "audio", "server", "dictation/text", "platform", "platform/linux",

@@ -37,6 +37,8 @@ Deployment Deployment::parse(std::string_view json, std::string_view source) {
             readVariant(*models, "small", source, deployment.speechModels.smallVariant);
             readVariant(*models, "large", source, deployment.speechModels.largeVariant);
         }
+        deployment.server = serverAddressesIn(root, source);
+        deployment.vocabulary = vocabularySeedsIn(root, source);
     } catch (const JsonError& error) {
         throw DeploymentError(error.what());
     }
