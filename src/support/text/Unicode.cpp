@@ -132,6 +132,10 @@ bool isUppercase(char32_t codePoint) noexcept {
     return u_isUUppercase(static_cast<UChar32>(codePoint));
 }
 
+bool isWhiteSpaceOrPunctuation(char32_t codePoint) noexcept {
+    return isWhiteSpace(codePoint) || isPunctuation(codePoint);
+}
+
 char32_t nextCodePoint(std::string_view text, std::size_t& position) noexcept {
     const char* bytes = text.data();
     UChar32 codePoint = 0;
@@ -205,6 +209,14 @@ std::string_view lastCharacters(std::string_view text, std::size_t count) {
     return begin == icu::BreakIterator::DONE ? text : text.substr(static_cast<std::size_t>(begin));
 }
 
+bool isCharacterBoundary(std::string_view text, std::size_t position) {
+    if (position == 0 || position >= text.size()) return position <= text.size();
+    const auto isPlain = [](char c) { return c != '\r' && c != '\n' && isAscii({&c, 1}); };
+    if (isPlain(text[position - 1]) && isPlain(text[position])) return true;
+    CharacterBoundaries boundaries(text);
+    return boundaries->isBoundary(length32(text.substr(0, position)));
+}
+
 std::vector<std::string_view> words(std::string_view text) {
     std::vector<std::string_view> result;
     std::size_t wordBegin = 0;
@@ -235,6 +247,10 @@ std::string uppercased(std::string_view text) {
     });
 }
 
+std::string lowercasedAscii(std::string_view text) {
+    return asciiMapped(text, asciiLowercase);
+}
+
 std::string caseFolded(std::string_view text) {
     if (isAscii(text)) return asciiMapped(text, asciiLowercase);
     return mapped(text, [](icu::StringPiece source, icu::ByteSink& sink, UErrorCode& status) {
@@ -261,7 +277,10 @@ std::string_view trimmed(std::string_view text, CodePointTest drops) {
     std::size_t begin = 0;
     for (std::size_t next = 0; begin < text.size(); begin = next)
         if (!drops(nextCodePoint(text, next))) break;
-    text.remove_prefix(begin);
+    return trimmedEnd(text.substr(begin), drops);
+}
+
+std::string_view trimmedEnd(std::string_view text, CodePointTest drops) {
     std::size_t end = text.size();
     for (std::size_t previous = end; end > 0; end = previous)
         if (!drops(previousCodePoint(text, previous))) break;

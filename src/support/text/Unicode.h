@@ -25,6 +25,7 @@ bool isLetter(char32_t codePoint) noexcept;
 /// Decimal digits of any script.
 bool isDigit(char32_t codePoint) noexcept;
 bool isUppercase(char32_t codePoint) noexcept;
+bool isWhiteSpaceOrPunctuation(char32_t codePoint) noexcept;
 
 /// The code point at byte `position`, which moves behind it. `position` is less than the size of the text.
 char32_t nextCodePoint(std::string_view text, std::size_t& position) noexcept;
@@ -41,6 +42,8 @@ std::vector<std::string_view> characters(std::string_view text);
 /// The first or last `count` characters, all of them if there are fewer.
 std::string_view firstCharacters(std::string_view text, std::size_t count);
 std::string_view lastCharacters(std::string_view text, std::size_t count);
+/// True if no character reaches over byte `position`; both ends of the text are boundaries.
+bool isCharacterBoundary(std::string_view text, std::size_t position);
 
 // Words
 
@@ -63,6 +66,8 @@ std::string joined(const Parts& parts, std::string_view separator = " ") {
 
 std::string lowercased(std::string_view text);
 std::string uppercased(std::string_view text);
+/// The letters A to Z in lower case and every other byte as it is, so that positions stay.
+std::string lowercasedAscii(std::string_view text);
 /// Full case folding: "Straße" and "STRASSE" become the same.
 std::string caseFolded(std::string_view text);
 
@@ -79,6 +84,8 @@ using CodePointTest = bool (*)(char32_t);
 
 /// Without the code points at both ends for which `drops` holds: white space unless told otherwise.
 std::string_view trimmed(std::string_view text, CodePointTest drops = isWhiteSpace);
+/// The same at the end alone.
+std::string_view trimmedEnd(std::string_view text, CodePointTest drops = isWhiteSpace);
 
 // Validity
 

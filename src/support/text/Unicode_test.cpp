@@ -34,6 +34,14 @@ TEST(Unicode, first_and_last_characters_never_split_one) {
     EXPECT_EQ(lastCharacters("plain", 2), "in");
 }
 
+TEST(Unicode, boundaries_of_characters_are_found_at_any_byte) {
+    const std::string text = "ab" + eAcute + family + "\r\nz";
+    std::vector<std::size_t> boundaries;
+    for (std::size_t position = 0; position <= text.size() + 1; ++position)
+        if (isCharacterBoundary(text, position)) boundaries.push_back(position);
+    EXPECT_THAT(boundaries, ElementsAre(0, 1, 2, 5, 5 + family.size(), 7 + family.size(), 8 + family.size()));
+}
+
 TEST(Unicode, words_are_split_at_any_white_space) {
     EXPECT_THAT(words(" one\ttwo\u00a0three\u3000four\r\nfive\u2028six "),
                 ElementsAre("one", "two", "three", "four", "five", "six"));
@@ -66,6 +74,7 @@ TEST(Unicode, case_follows_no_language) {
     EXPECT_EQ(uppercased("straße ﬁ"), "STRASSE FI");
     EXPECT_EQ(caseFolded("Straße"), "strasse");
     EXPECT_EQ(lowercased("A-Z[@`{"), "a-z[@`{");
+    EXPECT_EQ(lowercasedAscii("\xffÄ\u212aİ A-Z[@`{"), "\xffÄ\u212aİ a-z[@`{");
     EXPECT_EQ(uppercased("a-z[@`{"), "A-Z[@`{");
 }
 
@@ -87,7 +96,9 @@ TEST(Unicode, trimming) {
     EXPECT_EQ(trimmed(""), "");
     EXPECT_EQ(trimmed("…“¡é!”.", isPunctuation), "é");
     EXPECT_EQ(trimmed("?!", isPunctuation), "");
-    EXPECT_EQ(trimmed("- $5 -", [](char32_t c) { return isWhiteSpace(c) || isPunctuation(c); }), "$5");
+    EXPECT_EQ(trimmed("- $5 -", isWhiteSpaceOrPunctuation), "$5");
+    EXPECT_EQ(trimmedEnd("«a».", isPunctuation), "«a");
+    EXPECT_EQ(trimmedEnd(" \t"), "");
 }
 
 TEST(Unicode, ill_formed_bytes_never_fail) {
