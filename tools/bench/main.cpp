@@ -3,6 +3,7 @@
 #include "bench/LaneBench.h"
 #include "bench/Report.h"
 #include "bench/SpeedBench.h"
+#include "bench/TextBench.h"
 
 #include <cstdlib>
 #include <exception>
@@ -20,6 +21,7 @@ constexpr std::string_view usage =
        tavrin-bench speech   --pack FOLDER --limits FOLDER --speech FOLDER --sentences FILE
        tavrin-bench lane     --pack FOLDER --speech FOLDER --sentences FILE
        tavrin-bench growth   --pack FOLDER --speech FOLDER --sentences FILE [--long]
+       tavrin-bench text
 
 The exit status is 1 if a bar is not held or something fails, 2 if the arguments make no sense.
 )";
@@ -67,6 +69,10 @@ void warnOfLoad(Report& report) {
 bool measure(const std::string& what, const Arguments& arguments) {
     Report report(std::cout);
     warnOfLoad(report);
+    if (what == "text") {
+        measureText(report);
+        return report.finish();
+    }
     const std::filesystem::path pack = arguments.path("--pack"), speech = arguments.path("--speech"),
                                 sentences = arguments.path("--sentences");
     if (what == "accuracy")

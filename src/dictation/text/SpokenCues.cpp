@@ -35,14 +35,15 @@ SpokenCues::SpokenCues(std::span<const Cue> cues) {
         const std::size_t length = characterCount(words);
         const auto place = std::ranges::upper_bound(expressions, length, std::greater(), &Expression::length);
         const Regex pattern(R"((?i)(?:^|\G(?<=\s)|\s+))" + Regex::escaped(words) + R"(\b[.,:]?\s*)");
-        expressions.insert(place, {length, pattern, replacement});
+        expressions.insert(place, {length, caseFolded(words), pattern, replacement});
     }
 }
 
 std::string replaceCues(std::string_view text, const SpokenCues& cues) {
+    const std::string foldedText = caseFolded(text); // quicker to search than the text for a pattern
     std::vector<Piece> pieces{{text}};
-    for (const auto& [length, pattern, replacement] : cues.expressions) {
-        if (!pattern.isFoundIn(text)) continue;
+    for (const auto& [length, folded, pattern, replacement] : cues.expressions) {
+        if (!foldedText.contains(folded)) continue;
         std::vector<Piece> finer;
         for (const Piece& piece : pieces) {
             if (piece.isReplaced)

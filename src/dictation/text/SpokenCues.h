@@ -26,6 +26,7 @@ private:
     friend std::string replaceCues(std::string_view text, const SpokenCues& cues);
     struct Expression {
         std::size_t length = 0; // of the command, in characters
+        std::string folded;     // the command, case-folded: what a text without it cannot match
         Regex pattern;
         std::string replacement;
     };
