@@ -17,8 +17,11 @@ const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
 const QString appearance = QStringLiteral("org.freedesktop.appearance");
 const QString colorScheme = QStringLiteral("color-scheme");
+const QString contrast = QStringLiteral("contrast");
+const QString reducedMotion = QStringLiteral("reduced-motion");
 constexpr uint prefersDark = 1;
 constexpr uint prefersLight = 2;
+constexpr uint prefersMore = 1; // contrast, and a reduction of motion
 
 /// Answers come as a variant within a variant.
 uint numberIn(QVariant value) {
@@ -34,24 +37,31 @@ DesktopAppearance::DesktopAppearance(Theme& shown) : theme(shown) {
     if (!bus.isConnected()) return;
     bus.connect(portal, portalPath, settingsInterface, QStringLiteral("SettingChanged"), this,
                 SLOT(settingChanged(QString, QString, QDBusVariant)));
-    ask();
+    for (const QString& key : {colorScheme, contrast, reducedMotion})
+        ask(key);
 }
 
-void DesktopAppearance::ask() {
+void DesktopAppearance::ask(const QString& key) {
     QDBusMessage call = QDBusMessage::createMethodCall(portal, portalPath, settingsInterface, QStringLiteral("Read"));
-    call << appearance << colorScheme;
+    call << appearance << key;
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, 2'000), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, key] {
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        if (reply.isValid()) settingChanged(appearance, colorScheme, reply.value());
+        if (reply.isValid()) settingChanged(appearance, key, reply.value());
         watcher->deleteLater();
     });
 }
 
 void DesktopAppearance::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-    if (group != appearance || key != colorScheme) return;
+    if (group != appearance) return;
     const uint wish = numberIn(value.variant());
-    if (wish == prefersDark || wish == prefersLight) theme.setSystemDark(wish == prefersDark);
+    if (key == contrast) {
+        if (theme.hasMoreContrast() != (wish == prefersMore)) theme.setContrast(wish == prefersMore);
+    } else if (key == reducedMotion) {
+        if (theme.moves() != (wish != prefersMore)) theme.setMotion(wish != prefersMore);
+    } else if (key == colorScheme) {
+        if (wish == prefersDark || wish == prefersLight) theme.setSystemDark(wish == prefersDark);
+    }
 }
 
 } // namespace tavrin

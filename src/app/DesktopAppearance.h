@@ -8,8 +8,9 @@ namespace tavrin {
 
 class Theme;
 
-/// Tells the theme what the desktop wishes, as the settings portal says, now and when it changes: dark or light.
-/// Without a portal the palette stays what counts. Thread: main; asks without waiting. The theme outlives it.
+/// Tells the theme what the desktop wishes, as the settings portal says, now and when it changes: dark or light, more
+/// contrast, less motion. Without a portal the palette stays what counts. Thread: main; asks without waiting. The theme
+/// outlives it.
 class DesktopAppearance final : public QObject {
     Q_OBJECT
 
@@ -20,7 +21,7 @@ private Q_SLOTS:
     void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
 private:
-    void ask();
+    void ask(const QString& key);
 
     Theme& theme;
 };

@@ -96,6 +96,11 @@ void Theme::setSystemDark(bool isNowDark) {
     apply();
 }
 
+void Theme::setContrast(bool more) {
+    contrast = more;
+    apply();
+}
+
 void Theme::setFontScale(double wanted) {
     scale = std::clamp(wanted, 0.75, 3.0);
     apply();
@@ -134,6 +139,7 @@ void Theme::apply() {
 }
 
 QColor Theme::color(Token token) const {
+    if (contrast && token == Token::line2) token = Token::mark;
     const auto& entry = tokenColors.at(static_cast<std::size_t>(token));
     Q_ASSERT(entry.token == token);
     return QColor::fromRgba(dark ? entry.dark : entry.light);

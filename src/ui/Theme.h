@@ -51,6 +51,8 @@ public:
     void setScheme(Scheme scheme);
     /// What the desktop says of itself, now or later. Counts while the scheme is `system`.
     void setSystemDark(bool dark);
+    /// Whether the system asks for more contrast: the lines of controls are as strong as marks then.
+    void setContrast(bool more);
     /// Multiplies all type, and the heights of what holds type. Held between 0.75 and 3.
     void setFontScale(double scale);
     /// Whether things may move: off where the system asks for less motion.
@@ -58,6 +60,7 @@ public:
 
     [[nodiscard]] bool isDark() const { return dark; }
     [[nodiscard]] bool moves() const { return motion; }
+    [[nodiscard]] bool hasMoreContrast() const { return contrast; }
     [[nodiscard]] double fontScale() const { return scale; }
 
     [[nodiscard]] QColor color(Token token) const;
@@ -85,6 +88,7 @@ private:
     bool systemDark = false;
     bool dark = false;
     bool motion = true;
+    bool contrast = false;
     double scale = 1;
     mutable QHash<QString, QPixmap> icons;
 };

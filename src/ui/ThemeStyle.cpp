@@ -51,7 +51,7 @@ void ThemeStyle::drawMenuItem(const QStyleOption& option, QPainter& painter) con
         return;
     }
     const bool enabled = item->state.testFlag(State_Enabled);
-    if (enabled && item->state.testFlag(State_Selected)) painter.fillRect(item->rect, theme.color(Token::hover));
+    if (enabled && item->state.testFlag(State_Selected)) painter.fillRect(item->rect, theme.color(Token::press));
     painter.setFont(theme.font(TextStyle::text));
     painter.setPen(theme.color(enabled ? Token::text : Token::disabled));
     const auto parts = item->text.split(QLatin1Char('\t'));
