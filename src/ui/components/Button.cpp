@@ -50,6 +50,11 @@ void Button::setIconName(const QString& name) {
     update();
 }
 
+void Button::setIconTurned(bool turned) {
+    iconTurned = turned;
+    update();
+}
+
 void Button::setInk(std::optional<Token> token) {
     ink = token;
     update();
@@ -131,9 +136,14 @@ void Button::paintEvent(QPaintEvent* /*event*/) {
     const double picture = iconName.isEmpty() ? 0 : theme.scaled(glyph);
     const double between = picture > 0 && words > 0 ? (kind == Kind::link ? linkGap : gap) : 0;
     double left = kind == Kind::link ? 0 : (place.width() - words - picture - between) / 2;
-    if (picture > 0)
-        theme.drawIcon(painter, iconName,
-                       {std::round(left), std::round((place.height() - picture) / 2), picture, picture}, color);
+    if (picture > 0) {
+        const QRectF icon(std::round(left), std::round((place.height() - picture) / 2), picture, picture);
+        painter.save();
+        painter.translate(icon.center());
+        if (iconTurned) painter.rotate(180);
+        theme.drawIcon(painter, iconName, icon.translated(-icon.center()), color);
+        painter.restore();
+    }
     left += picture + between;
     painter.setFont(font);
     painter.setPen(color);

@@ -25,6 +25,8 @@ public:
     void setSize(Size size);
     void setKind(Kind kind);
     void setIconName(const QString& name);
+    /// Shows the icon upside down.
+    void setIconTurned(bool turned);
     /// The colour of text and icon where the button stands on a coloured ground.
     void setInk(std::optional<Token> token);
     /// Shows a state whatever the mouse does, for pictures.
@@ -54,6 +56,7 @@ private:
     Kind kind;
     Size size = Size::normal;
     QString iconName;
+    bool iconTurned = false;
     std::optional<Token> ink;
     std::optional<Look> pinned;
 };

@@ -19,6 +19,10 @@ void setFocusRadius(QWidget& control, double radius) {
     control.setProperty(radiusProperty, radius);
 }
 
+void clearFocusRadius(QWidget& control) {
+    control.setProperty(radiusProperty, QVariant());
+}
+
 FocusRing::FocusRing(const Theme& shown, QWidget& window) : QWidget(&window), theme(shown) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setAttribute(Qt::WA_NoSystemBackground);
@@ -44,7 +48,7 @@ void FocusRing::follow(QWidget* focused) {
 }
 
 void FocusRing::place() {
-    if (!target || !target->isVisible()) return hide();
+    if (!target || !target->isVisible() || !target->property(radiusProperty).isValid()) return hide();
     const double radius = target->property(radiusProperty).toDouble();
     const int out = radius < 0 ? 0 : reach;
     QRect ring(target->mapTo(window(), QPoint(0, 0)), target->size());
@@ -61,6 +65,7 @@ bool FocusRing::eventFilter(QObject* /*watched*/, QEvent* event) {
     case QEvent::Resize:
     case QEvent::Show:
     case QEvent::Hide:
+    case QEvent::DynamicPropertyChange:
         place();
         break;
     case QEvent::MouseButtonPress:

@@ -31,5 +31,7 @@ private:
 
 /// The corner of a control's focus ring. Negative: the ring is drawn inside, for what fills a page.
 void setFocusRadius(QWidget& control, double radius);
+/// No ring for now: the control shows by itself which part of it has the focus.
+void clearFocusRadius(QWidget& control);
 
 } // namespace tavrin

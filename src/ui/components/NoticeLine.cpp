@@ -46,20 +46,23 @@ NoticeLine::NoticeLine(const Theme& shown, Kind ofKind, const QString& text, QWi
     close->setInk(colorsOf(kind).ink);
     close->hide();
     auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(padding + theme.scaled(iconSize) + gap, 4, 4, 4);
     row->setSpacing(gap);
     row->addWidget(label, 1);
     row->addWidget(action);
     row->addWidget(close);
-    setMinimumHeight(theme.scaled(36));
+    fit();
     setAccessibleName(text);
     followTheme(*this, theme);
-    connect(&theme, &Theme::changed, this, [this, row] {
-        row->setContentsMargins(padding + theme.scaled(iconSize) + gap, 4, 4, 4);
-        setMinimumHeight(theme.scaled(36));
-    });
+    connect(&theme, &Theme::changed, this, &NoticeLine::fit);
     connect(action, &Button::clicked, this, &NoticeLine::actionRequested);
     connect(close, &Button::clicked, this, &NoticeLine::closeRequested);
+}
+
+// Buttons stand closer to the edge than text.
+void NoticeLine::fit() {
+    const bool endsInText = action->isHidden() && close->isHidden();
+    layout()->setContentsMargins(padding + theme.scaled(iconSize) + gap, 4, endsInText ? padding : 4, 4);
+    setMinimumHeight(theme.scaled(36));
 }
 
 void NoticeLine::setText(const QString& text) {
@@ -74,10 +77,12 @@ QString NoticeLine::text() const {
 void NoticeLine::setAction(const QString& text) {
     action->setText(text);
     action->setVisible(!text.isEmpty());
+    fit();
 }
 
 void NoticeLine::setClosable(bool closable) {
     close->setVisible(closable);
+    fit();
 }
 
 void NoticeLine::paintEvent(QPaintEvent* /*event*/) {

@@ -31,6 +31,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void fit();
+
     const Theme& theme;
     Kind kind;
     Label* label;

@@ -1,7 +1,10 @@
 #include "ui/components/Painting.h"
 
 #include <QFontMetricsF>
+#include <QMarginsF>
 #include <QPainter>
+#include <cmath>
+#include <numbers>
 
 namespace tavrin {
 
@@ -38,6 +41,22 @@ void strokeRounded(QPainter& painter, const QRectF& place, double radius, const 
 
 void drawFocusRing(QPainter& painter, const QRectF& place, double radius, const QColor& color) {
     strokeRounded(painter, place.adjusted(-4, -4, 4, 4), radius + 4, color, 2);
+}
+
+// Many faint layers, as strong as a bell curve has them at their distance from the edge.
+void drawPanelShadow(QPainter& painter, const QRectF& place, double radius, const QColor& color) {
+    constexpr int drop = 8;
+    constexpr int furthest = panelShadowReach - drop;
+    constexpr int step = 2;
+    constexpr double width = 11;
+    QColor layer = color;
+    for (int reach = -furthest; reach <= furthest; reach += step) {
+        const double share =
+            step * std::exp(-reach * reach / (2 * width * width)) / (width * std::sqrt(2 * std::numbers::pi));
+        layer.setAlphaF(float(color.alphaF() * share));
+        fillRounded(painter, place.translated(0, drop) + QMarginsF(reach, reach, reach, reach),
+                    qMax(0.0, radius + reach), layer);
+    }
 }
 
 double tabularWidth(const QFont& font, const QString& text) {

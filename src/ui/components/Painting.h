@@ -18,6 +18,11 @@ void strokeRounded(QPainter& painter, const QRectF& place, double radius, const 
 /// Draws the focus ring around `place`: 2 wide, 2 away from it.
 void drawFocusRing(QPainter& painter, const QRectF& place, double radius, const QColor& color);
 
+/// Draws the one shadow of what floats over a window below `place`, which is painted on top of it.
+void drawPanelShadow(QPainter& painter, const QRectF& place, double radius, const QColor& color);
+/// How far that shadow reaches.
+inline constexpr int panelShadowReach = 32;
+
 /// Width of a text whose digits all take the width of the widest one, so that counting times do not jitter.
 double tabularWidth(const QFont& font, const QString& text);
 
