@@ -6,6 +6,8 @@
 #include "ui/home/HomePage.h"
 #include "ui/meeting/MeetingHead.h"
 #include "ui/meeting/MeetingPage.h"
+#include "ui/meeting/TranscriptPane.h"
+#include "ui/meeting/TranscriptWindow.h"
 #include "ui/settings/SettingsPage.h"
 
 #include <QAction>
@@ -28,7 +30,8 @@ constexpr int wideFrom = 1000;
 
 MainWindow::MainWindow(const Theme& shown)
     : theme(shown), bar(new SideBar(shown, this)), pages(new QStackedWidget(this)), home(new HomePage(shown)),
-      meeting(new MeetingPage(shown)), settings(new SettingsPage(shown)), setup(new ModelSetupSheet(shown, *this)) {
+      meeting(new MeetingPage(shown)), settings(new SettingsPage(shown)), setup(new ModelSetupSheet(shown, *this)),
+      transcript(std::make_unique<TranscriptWindow>(shown, meeting->lines())) {
     setWindowTitle(tr("Tavrin Assistant"));
     QIcon icon;
     icon.addPixmap(theme.icon(QStringLiteral("app-16"), 16, theme.color(Token::text), 1));
@@ -42,11 +45,37 @@ MainWindow::MainWindow(const Theme& shown)
     row->addWidget(pages, 1);
     addPages();
     addKeys();
+    joinTranscript();
     new FocusRing(theme, *this);
     setMinimumSize(leastSize);
     resize(usualSize);
     connect(&theme, &Theme::changed, this, &MainWindow::fit);
     followTheme(*this, theme);
+}
+
+MainWindow::~MainWindow() = default;
+
+/// What is done in one of the two views of the transcript counts in the other.
+void MainWindow::joinTranscript() {
+    TranscriptPane& inPage = meeting->transcript();
+    TranscriptPane& inWindow = transcript->pane();
+    transcript->setWindowIcon(windowIcon());
+    connect(meeting, &MeetingPage::shown, transcript.get(), qOverload<const MeetingState&>(&TranscriptWindow::show));
+    connect(meeting, &MeetingPage::windowRequested, this, &MainWindow::openTranscript);
+    connect(&inPage, &TranscriptPane::zoomChanged, &inWindow, &TranscriptPane::setZoom);
+    connect(&inWindow, &TranscriptPane::zoomChanged, &inPage, [&inPage](double factor) {
+        inPage.setZoom(factor);
+        emit inPage.zoomChanged(factor);
+    });
+    connect(&inWindow, &TranscriptPane::correctionSaved, &inPage, &TranscriptPane::correctionSaved);
+    connect(&inWindow, &TranscriptPane::correctionChanged, &inPage, &TranscriptPane::correctionChanged);
+    connect(&inWindow, &TranscriptPane::correctionDeleted, &inPage, &TranscriptPane::correctionDeleted);
+    inWindow.setCorrectionLookup([&inPage](const QString& phrase) { return inPage.known(phrase); });
+}
+
+void MainWindow::openTranscript() {
+    transcript->pane().setZoom(meeting->transcript().zoom());
+    transcript->raiseToFront();
 }
 
 void MainWindow::addPages() {
@@ -92,6 +121,8 @@ void MainWindow::addKeys() {
     });
     addKey(QKeySequence(QStringLiteral("Ctrl+P")), tr("Pause or resume recording"),
            [this] { meeting->head().pauseOrResume(); });
+    addKey(QKeySequence(QStringLiteral("Ctrl+Shift+T")), tr("Show the transcript in its own window"),
+           [this] { openTranscript(); });
     auto* quit = new QAction(tr("Quit"), this);
     quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
     addAction(quit);

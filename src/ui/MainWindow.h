@@ -5,6 +5,7 @@
 
 #include <QWidget>
 #include <functional>
+#include <memory>
 
 class QStackedWidget;
 
@@ -14,6 +15,7 @@ class HomePage;
 class MeetingPage;
 class ModelSetupSheet;
 class SettingsPage;
+class TranscriptWindow;
 
 /// The one large window: side bar, pages, sheets and the keys that work everywhere in it.
 ///
@@ -24,15 +26,19 @@ class MainWindow final : public QWidget {
 
 public:
     explicit MainWindow(const Theme& theme);
+    ~MainWindow() override;
 
     void showSection(Section section);
     [[nodiscard]] Section section() const;
     /// Shows the window and brings it to the front.
     void raiseToFront();
+    /// Shows the transcript in its own window, and brings that to the front.
+    void openTranscript();
 
     [[nodiscard]] MeetingPage& meetingPage() const { return *meeting; }
     [[nodiscard]] SettingsPage& settingsPage() const { return *settings; }
     [[nodiscard]] HomePage& homePage() const { return *home; }
+    [[nodiscard]] TranscriptWindow& transcriptWindow() const { return *transcript; }
     [[nodiscard]] ModelSetupSheet& modelSetup() const { return *setup; }
     [[nodiscard]] SideBar& sideBar() const { return *bar; }
 
@@ -50,6 +56,7 @@ protected:
 private:
     void addPages();
     void addKeys();
+    void joinTranscript();
     void addKey(const QKeySequence& keys, const QString& name, const std::function<void()>& action);
     void fit();
 
@@ -60,6 +67,7 @@ private:
     MeetingPage* meeting;
     SettingsPage* settings;
     ModelSetupSheet* setup;
+    std::unique_ptr<TranscriptWindow> transcript; // a window of its own
 };
 
 } // namespace tavrin

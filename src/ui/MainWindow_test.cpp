@@ -2,12 +2,18 @@
 #include "ui/ModelSetupSheet.h"
 #include "ui/UiTestSupport.h"
 #include "ui/components/LineField.h"
+#include "ui/components/NoticeLine.h"
 #include "ui/meeting/MeetingPage.h"
+#include "ui/meeting/TranscriptView.h"
+#include "ui/meeting/TranscriptWindow.h"
 #include "ui/settings/SettingsPage.h"
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QElapsedTimer>
 #include <QLineEdit>
+#include <algorithm>
+#include <vector>
 
 namespace tavrin {
 
@@ -60,6 +66,74 @@ TEST_F(MainWindowTest, the_start_key_works_from_anywhere_and_a_sheet_silences_it
     window.modelSetup().open();
     shortcut("Ctrl+R");
     EXPECT_EQ(starts, 1);
+}
+
+TEST_F(MainWindowTest, the_transcript_in_its_own_window_shows_the_same_and_ends_nothing) {
+    window.showSection(Section::meeting);
+    MeetingPage& page = window.meetingPage();
+    MeetingState meeting;
+    meeting.phase = MeetingPhase::recording;
+    meeting.title = "Review";
+    meeting.backlogSeconds = 130;
+    page.show(meeting);
+    page.setLines({line(1, "Me", "Words.")});
+    TranscriptWindow& apart = window.transcriptWindow();
+    shortcut("Ctrl+Shift+T");
+    EXPECT_TRUE(apart.isVisible());
+    EXPECT_EQ(apart.windowTitle(), QStringLiteral("Review – Transcript"));
+    EXPECT_EQ(&apart.pane().view().transcript(), &page.lines());
+    EXPECT_TRUE(
+        apart.findChild<NoticeLine*>()->text().startsWith(QStringLiteral("Transcription is about 2 min behind")));
+    double stored = 0;
+    QObject::connect(&page.transcript(), &TranscriptPane::zoomChanged, [&](double factor) { stored = factor; });
+    apart.pane().zoomBy(1);
+    EXPECT_EQ(page.transcript().zoom(), 1.1);
+    EXPECT_EQ(stored, 1.1);
+    page.transcript().zoomBy(0);
+    EXPECT_EQ(apart.pane().zoom(), 1);
+    int stops = 0;
+    int places = 0;
+    QObject::connect(&page, &MeetingPage::stopRequested, [&] { ++stops; });
+    QObject::connect(&apart, &TranscriptWindow::placeChanged, [&] { ++places; });
+    apart.resize(444, 333);
+    const QByteArray place = apart.place();
+    apart.close();
+    EXPECT_EQ(std::pair(stops, places), std::pair(0, 1));
+    apart.resize(500, 500);
+    apart.restorePlace("nonsense");
+    apart.restorePlace(place);
+    EXPECT_EQ(apart.size(), QSize(444, 333));
+}
+
+TEST_F(MainWindowTest, a_line_for_both_views_of_ten_thousand_costs_no_frame) {
+    window.showSection(Section::meeting);
+    MeetingPage& page = window.meetingPage();
+    std::vector<TranscriptSegment> said;
+    for (SegmentId i = 0; i < 10'000; ++i)
+        said.push_back(line(i, i % 3 ? "Me" : "Them", "A line as people say them, and then some more of it."));
+    page.setLines(said);
+    window.openTranscript();
+    settle();
+    constexpr std::size_t added = 51;
+    std::vector<qint64> took;
+    for (SegmentId i = 0; i < added; ++i) {
+        said.push_back(line(20'000 + i, i % 2 ? "Me" : "Them", "Another line that came just now."));
+        QElapsedTimer timer;
+        timer.start();
+        page.setLines(said);
+        took.push_back(timer.nsecsElapsed());
+        settle();
+    }
+    std::ranges::nth_element(took, took.begin() + added / 2);
+    const double typical = double(took[added / 2]) / 1e6;
+    RecordProperty("microseconds_a_line", int(typical * 1000));
+    EXPECT_LT(typical, 2) << "milliseconds a line";
+}
+
+TEST_F(MainWindowTest, more_contrast_strengthens_the_lines_of_controls) {
+    EXPECT_NE(theme.color(Token::line2), theme.color(Token::mark));
+    theme.setContrast(true);
+    EXPECT_EQ(theme.color(Token::line2), theme.color(Token::mark));
 }
 
 TEST_F(MainWindowTest, focus_stays_in_an_open_sheet_and_esc_gives_it_back) {

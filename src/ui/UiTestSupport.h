@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QWidget>
 #include <string>
 #include <vector>
@@ -28,6 +29,11 @@ protected:
             QKeyEvent event(type, key, modifiers);
             QCoreApplication::sendEvent(&widget, &event);
         }
+    }
+
+    static void mouseEvent(QWidget& widget, QEvent::Type type, QPoint at, Qt::MouseButton button = Qt::LeftButton) {
+        QMouseEvent event(type, at, widget.mapToGlobal(at), button, button, Qt::NoModifier);
+        QCoreApplication::sendEvent(&widget, &event);
     }
 
     /// What Tab reaches in `root`, in its order.

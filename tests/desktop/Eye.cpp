@@ -17,6 +17,9 @@
 ///   Eye PID unnamed              what takes the focus and has no name
 ///   Eye PID has ROLE NAME        0 if such a part is shown and can be used; STATE=... may follow: focused, checked
 ///   Eye PID text ROLE NAME       its text, value and description, a line each
+///   Eye PID word NAME WORD       how a document tells one of its words: 0 if word, place on screen and style agree
+///   Eye PID caret NAME           the word that a document's caret stands on, and what is selected
+///   Eye PID hears NAME WORD      waits until text with this word is added to a document: 0 once it is told
 ///   Eye PID all                  everything that is shown
 ///
 /// Ends with 1 when there is nothing to say, with 2 when the program cannot be asked.
@@ -146,6 +149,90 @@ bool printText(const Part& part) {
     return true;
 }
 
+std::string wordAt(AtspiText* text, int offset) {
+    AtspiTextRange* const range = atspi_text_get_string_at_offset(text, offset, ATSPI_TEXT_GRANULARITY_WORD, nullptr);
+    if (range == nullptr) return {};
+    std::string word = range->content == nullptr ? "" : range->content;
+    g_boxed_free(atspi_text_range_get_type(), range);
+    return word;
+}
+
+/// A reader that follows a finger asks for the place of a character and for the character at a place.
+bool tellsWord(AtspiText* text, const std::string& wanted) {
+    const std::string all = textOf(atspi_text_get_text(text, 0, -1, nullptr));
+    const std::size_t at = all.find(wanted);
+    if (at == std::string::npos) return false;
+    const int offset = int(g_utf8_strlen(all.c_str(), long(at)));
+    AtspiRect* const place = atspi_text_get_character_extents(text, offset, ATSPI_COORD_TYPE_SCREEN, nullptr);
+    if (place == nullptr) return false;
+    const AtspiRect box = *place;
+    g_free(place);
+    const int found = atspi_text_get_offset_at_point(text, box.x + box.width / 2, box.y + box.height / 2,
+                                                     ATSPI_COORD_TYPE_SCREEN, nullptr);
+    int from = 0;
+    int to = 0;
+    GHashTable* const style = atspi_text_get_attribute_run(text, offset, 1, &from, &to, nullptr);
+    const std::string word = wordAt(text, offset);
+    std::printf("%s at %d, %d,%d %dx%d, found at %d, style from %d to %d\n", word.c_str(), offset, box.x, box.y,
+                box.width, box.height, found, from, to);
+    if (style != nullptr) g_hash_table_unref(style);
+    return word == wanted && box.width > 0 && found == offset && from <= offset && offset < to;
+}
+
+bool tellsCaret(AtspiText* text) {
+    const int caret = atspi_text_get_caret_offset(text, nullptr);
+    std::puts(wordAt(text, caret).c_str());
+    for (int i = 0; i < atspi_text_get_n_selections(text, nullptr); ++i) {
+        AtspiRange* const range = atspi_text_get_selection(text, i, nullptr);
+        if (range == nullptr) continue;
+        std::puts(textOf(atspi_text_get_text(text, range->start_offset, range->end_offset, nullptr)).c_str());
+        g_free(range);
+    }
+    return caret >= 0;
+}
+
+/// Documents are called differently from version to version of the toolkit: their name and their text tell them.
+bool aboutDocument(const std::vector<Part>& parts, std::span<char*> question) {
+    for (const Part& part : parts) {
+        if (part.name != question[1]) continue;
+        const Held<AtspiText> text{atspi_accessible_get_text_iface(part.handle.get())};
+        if (!text) continue;
+        if (std::string_view(question[0]) == "caret") return tellsCaret(text.get());
+        return question.size() > 2 && tellsWord(text.get(), question[2]);
+    }
+    return false;
+}
+
+struct Awaited {
+    unsigned pid = 0;
+    std::string name;
+    std::string word;
+    bool isHeard = false;
+};
+
+void onTextAdded(AtspiEvent* event, void* data) {
+    auto& awaited = *static_cast<Awaited*>(data);
+    const bool isText = G_VALUE_HOLDS_STRING(&event->any_data);
+    const gchar* const added = isText ? g_value_get_string(&event->any_data) : nullptr;
+    if (added != nullptr && std::string_view(added).contains(awaited.word) &&
+        atspi_accessible_get_process_id(event->source, nullptr) == awaited.pid &&
+        textOf(atspi_accessible_get_name(event->source, nullptr)) == awaited.name) {
+        std::puts(added);
+        awaited.isHeard = true;
+        atspi_event_quit();
+    }
+    g_boxed_free(atspi_event_get_type(), event);
+}
+
+/// Readers follow what is added; whoever starts this ends it, too.
+bool hears(Awaited awaited) {
+    AtspiEventListener* const listener = atspi_event_listener_new(onTextAdded, &awaited, nullptr);
+    if (atspi_event_listener_register(listener, "object:text-changed:insert", nullptr) == 0) return false;
+    atspi_event_main();
+    g_object_unref(listener);
+    return awaited.isHeard;
+}
+
 void printAll(const std::vector<Part>& parts) {
     for (const Part& part : parts)
         std::printf("%s %d,%d %dx%d%s%s%s%s\n", part.label().c_str(), part.place.x, part.place.y, part.place.width,
@@ -161,6 +248,7 @@ bool answer(const std::vector<Part>& parts, std::span<char*> question) {
     if (what == "unnamed")
         return print(filtered(parts, [](const Part& part) { return isControl(part) && part.name.empty(); }));
     if (what == "all") return printAll(parts), !parts.empty();
+    if ((what == "word" || what == "caret") && question.size() > 1) return aboutDocument(parts, question);
     if (question.size() < 3) return false;
     const std::string_view state = question.size() > 3 ? question[3] : "";
     const auto found = std::ranges::find_if(parts, [&](const Part& part) {
@@ -177,7 +265,10 @@ bool answer(const std::vector<Part>& parts, std::span<char*> question) {
 int main(int count, char** arguments) {
     if (count < 3 || atspi_init() > 1) return 2;
     atspi_set_timeout(answerLimit, answerLimit);
-    const auto parts = shownBy(unsigned(std::strtoul(arguments[1], nullptr, 10)));
+    const auto pid = unsigned(std::strtoul(arguments[1], nullptr, 10));
+    if (count == 5 && std::string_view(arguments[2]) == "hears")
+        return hears({.pid = pid, .name = arguments[3], .word = arguments[4]}) ? EXIT_SUCCESS : EXIT_FAILURE;
+    const auto parts = shownBy(pid);
     if (parts.empty()) return 2;
     return answer(parts, std::span(arguments, count).subspan(2)) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

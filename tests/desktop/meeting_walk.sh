@@ -126,14 +126,14 @@ elapsed_stands() {
 level() { eye text "progress bar" "$1" | grep -m 1 -E '^[0-9.]+$'; }
 # Distinct values of a meter while sound plays, then its rest.
 meters_move() {
-  local name values=() others=() player
+  local name values=() others=() player speaker
   sound_play_microphone tavrin_microphone "$SOUND_FOLDER/me.wav" & player=$!
-  sound_play_speaker tavrin_speaker "$SOUND_FOLDER/them.wav" &
+  sound_play_speaker tavrin_speaker "$SOUND_FOLDER/them.wav" & speaker=$!
   while kill -0 "$player" 2>/dev/null; do
     values+=("$(level 'Level of your microphone' || echo none)")
     others+=("$(level 'Level of the other participants' || echo none)")
   done
-  wait
+  wait "$player" "$speaker" || true
   judge_meter "your microphone" "${values[@]}"
   judge_meter "the other participants" "${others[@]}"
   for name in 'Level of your microphone' 'Level of the other participants'; do
@@ -165,6 +165,30 @@ transcript_is_read() {
   check "the transcript tells what they said" transcript_says "$2"
 }
 
+words_by_keyboard() {
+  tab_to Transcript
+  press ctrl+Right
+  check "the arrow keys lead to a word" stands_on_word
+  press Return
+  check "Enter opens the correction beside it" eye has text "What was heard"
+  check "and the word stands in it" holds_word
+  check "the focus waits for the right word" eye has text "What it should be" STATE=focused
+  everything_has_a_name "the correction"
+  press Escape
+  check "Esc closes it" lacks text "What was heard"
+  check "the focus is back" focus_is_on Transcript
+  press ctrl+f
+  check "Ctrl+F opens the search" eye has text "Find in the transcript" STATE=focused
+  xdotool type --delay 15 "$1"
+  check "the search counts" reads text "Find in the transcript" "1 of "
+  press Escape
+  check "Esc closes the search" lacks text "Find in the transcript"
+  check "the place of a word on the screen is told" eye word Transcript "$1"
+}
+stands_on_word() { word=$(eye caret Transcript | head -n 1) && [ -n "$word" ]; }
+holds_word() { reads text "What was heard" "$word"; }
+focus_is_on() { eye focused | grep -qE "\|$1\$"; }
+
 pause_and_resume() {
   press ctrl+p
   check "Ctrl+P pauses" button Resume
@@ -182,7 +206,8 @@ pause_and_resume() {
 
 stop_and_quit() {
   press ctrl+r
-  check "Ctrl+R stops" button "Start Recording"
+  check "Ctrl+R stops" button New
+  check "the transcript can be exported" button Export
   await 30 says_since "status: Idle" || fault "the meeting does not come to an end"
   check "the status says so" eye has label Idle
   transcript_is_read "$1" "$2"
@@ -205,9 +230,12 @@ walk() {
   everything_has_a_name recording
   tab_follows_reading recording
   elapsed_goes_on
+  timeout 60 "$eye_program" "$program_pid" hears Transcript "$their_word" >/dev/null & ear=$!
   meters_move
   title_by_keyboard
   transcript_is_read "$my_word" "$their_word"
+  if wait "$ear"; then echo "ok     a new line is told as it comes"; else fault "no new line is told"; fi
+  words_by_keyboard "$my_word"
   pause_and_resume
   stop_and_quit "$my_word" "$their_word"
 }

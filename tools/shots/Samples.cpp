@@ -65,6 +65,25 @@ std::vector<TranscriptSegment> germanConversation() {
     });
 }
 
+std::vector<TranscriptSegment> springReview() {
+    return linesOf({
+        {"Anke Brandt", "Morning. I have twenty minutes before the next one, so let us take the dates first."},
+        {"Anke Brandt", "I spoke to the board on Tuesday, and Holden wants to keep the spring date if the labels are "
+                        "ready in time."},
+        {"Me", "Fine with me. Dates, texts, prices, in that order?"},
+        {"Anke Brandt", "The date first, then. We have a slot at the printer until the sixth, and he wants to hear by "
+                        "Monday."},
+        {"Me", "That is good news. Then I would go through the labels today."},
+        {"Tomás Ruiz", "The pallets are booked from the sixth. I need the counts for each branch by the end of the "
+                       "month."},
+        {"Anke Brandt", "You have them on Friday. The two big branches first."},
+        {"Me", "Thank you. That was the part I could not find anywhere."},
+        {"Tomás Ruiz", "Four hundred is no problem. If it becomes five, I need to know a week before, because then it "
+                       "is a second lorry."},
+        {"Anke Brandt", "It stays at four hundred. I will send you both the list, so that nobody has to ask again."},
+    });
+}
+
 MeetingState idle() {
     MeetingState state = of(MeetingPhase::idle, "Idle");
     state.title.clear();
@@ -131,6 +150,14 @@ MeetingState german() {
                    "Klangeinstellungen das Eingabegerät und die Stummschaltung.";
     state.backlogSeconds = 700;
     state.elapsedSeconds = 5057;
+    return state;
+}
+
+MeetingState finished() {
+    MeetingState state = of(MeetingPhase::idle, "Idle");
+    state.title = "Spring launch review";
+    state.dateLine = "Thursday 12 March 2026 · 10:02 – 10:40";
+    state.elapsedSeconds = 2272;
     return state;
 }
 

@@ -13,6 +13,9 @@ std::vector<TranscriptSegment> conversation();
 /// One in German, whose words are longer.
 std::vector<TranscriptSegment> germanConversation();
 
+/// A longer one, in which a name was misheard.
+std::vector<TranscriptSegment> springReview();
+
 MeetingState idle();
 MeetingState loading();
 MeetingState recording();
@@ -22,6 +25,8 @@ MeetingState microphoneOnly();
 MeetingState failed();
 MeetingState restored();
 MeetingState german();
+/// A meeting that has ended.
+MeetingState finished();
 
 SettingsState settings();
 

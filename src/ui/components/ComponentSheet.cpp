@@ -278,7 +278,7 @@ Card* ComponentSheet::badges() {
 
 Card* ComponentSheet::transcript() {
     Card* made = card(q("Transcript"), q("edge 3, gap 13, text 13 / 19, groups 16, lines 4, at most 680 wide"));
-    auto* view = new TranscriptView(theme);
+    auto* lines = new TranscriptLines(made);
     const auto line = [](SegmentId id, const char* speaker, const char* text) {
         TranscriptSegment segment;
         segment.id = id;
@@ -288,10 +288,11 @@ Card* ComponentSheet::transcript() {
         if (segment.speakerLabel != meLabel) segment.themSpeakerIndex = 0;
         return segment;
     };
-    view->setLines({line(0, "Me", "Four days is tight, but it works."),
-                    line(1, "Them", "Yes. And who signs off the texts?"),
-                    line(2, "Them", "I would rather have one name."),
-                    line(3, "Anke Brandt", "Further speakers take one of eight colours.")});
+    lines->setLines({line(0, "Me", "Four days is tight, but it works."),
+                     line(1, "Them", "Yes. And who signs off the texts?"),
+                     line(2, "Them", "I would rather have one name."),
+                     line(3, "Anke Brandt", "Further speakers take one of eight colours.")});
+    auto* view = new TranscriptView(theme, *lines);
     view->setInterim(q("Transcribing…"));
     view->setFixedHeight(260);
     made->content().setContentsMargins(0, 16, 0, 4);

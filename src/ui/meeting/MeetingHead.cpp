@@ -32,6 +32,8 @@ MeetingHead::MeetingHead(const Theme& shown, QWidget* parent)
       them(new LevelMeter(shown, Token::them, tr("Level of the other participants"), meters)),
       elapsed(new Label(shown, TextStyle::numerals, {}, Token::text, this)),
       busy(new BusyRing(shown, tr("Finishing transcription"), this)),
+      exporting(new Button(shown, Button::Kind::normal, tr("Export"), QStringLiteral("export"), this)),
+      another(new Button(shown, Button::Kind::normal, tr("New"), QStringLiteral("plus"), this)),
       start(new Button(shown, Button::Kind::primary, tr("Start Recording"), QStringLiteral("record"), this)),
       pause(new Button(shown, Button::Kind::normal, tr("Pause"), QStringLiteral("pause"), this)),
       resume(new Button(shown, Button::Kind::primary, tr("Resume"), QStringLiteral("record"), this)),
@@ -49,6 +51,11 @@ MeetingHead::MeetingHead(const Theme& shown, QWidget* parent)
     addButtons(*row);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     connect(title, &TitleField::titleEdited, this, &MeetingHead::titleEdited);
+    another->setToolTip(tr("Record a new meeting"));
+    another->setAccessibleDescription(another->toolTip());
+    connect(exporting, &Button::clicked, this,
+            [this] { emit exportRequested(exporting->mapToGlobal(QPoint(0, exporting->height() + 4))); });
+    connect(another, &Button::clicked, this, &MeetingHead::newRequested);
     connect(start, &Button::clicked, this, &MeetingHead::startRequested);
     connect(pause, &Button::clicked, this, &MeetingHead::pauseRequested);
     connect(resume, &Button::clicked, this, &MeetingHead::resumeRequested);
@@ -88,14 +95,15 @@ void MeetingHead::addButtons(QHBoxLayout& row) {
     right->addWidget(busy, 0, Qt::AlignVCenter);
     auto* buttons = new QHBoxLayout;
     buttons->setSpacing(8);
-    for (Button* button : std::array{start, pause, resume, stop})
+    for (Button* button : std::array{exporting, another, start, pause, resume, stop})
         buttons->addWidget(button);
     right->addLayout(buttons);
     row.addLayout(right);
     row.setAlignment(right, Qt::AlignTop);
 }
 
-void MeetingHead::show(const MeetingState& state) {
+void MeetingHead::show(const MeetingState& newState) {
+    state = newState;
     const bool open = isOpen(state.phase);
     const bool editable = state.titleEditable && (open || !state.title.empty());
     title->setReadOnly(!editable);
@@ -106,10 +114,24 @@ void MeetingHead::show(const MeetingState& state) {
     meters->setVisible(isCapturing(state.phase));
     elapsed->setVisible(open || state.elapsedSeconds > 0);
     busy->setVisible(state.phase == MeetingPhase::processing);
+    showButtons();
+}
 
+void MeetingHead::setHasLines(bool has) {
+    if (hasLines == has) return;
+    hasLines = has;
+    showButtons();
+}
+
+void MeetingHead::showButtons() {
     QWidget* const focused = focusWidget();
     const bool hadFocus = focused && focused->hasFocus() && qobject_cast<Button*>(focused);
-    start->setVisible(!open);
+    const bool open = isOpen(state.phase);
+    const bool ended = state.phase == MeetingPhase::idle && hasLines;
+    exporting->setVisible(!open && hasLines);
+    another->setVisible(ended);
+    another->setEnabled(state.startEnabled);
+    start->setVisible(!open && !ended);
     start->setEnabled(state.startEnabled);
     pause->setVisible(isCapturing(state.phase));
     resume->setVisible(state.phase == MeetingPhase::paused);
@@ -120,7 +142,7 @@ void MeetingHead::show(const MeetingState& state) {
 }
 
 QWidget& MeetingHead::firstButton() const {
-    for (Button* button : std::array{start, pause, resume})
+    for (Button* button : std::array{another, start, pause, resume})
         if (button->isVisibleTo(this)) return *button;
     return *stop;
 }
@@ -143,6 +165,8 @@ void MeetingHead::pinLevels(float meLevel, float meMark, float themLevel, float 
 void MeetingHead::startOrStop() {
     if (start->isVisibleTo(this))
         start->click();
+    else if (another->isVisibleTo(this))
+        another->click();
     else
         stop->click();
 }

@@ -9,7 +9,12 @@
 #include "ui/meeting/TitleField.h"
 #include "ui/meeting/TranscriptView.h"
 
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QMenu>
+#include <QTemporaryDir>
 #include <QTimer>
+#include <functional>
 
 namespace tavrin {
 
@@ -42,28 +47,47 @@ protected:
         return names;
     }
 
+    static bool waitFor(const std::function<bool()>& condition) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!condition() && timer.elapsed() < 5000)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+        return condition();
+    }
+
+    static QString shownNotice(const QWidget& root) {
+        for (const auto* notice : root.findChildren<NoticeLine*>())
+            if (notice->isVisible()) return notice->text();
+        return {};
+    }
+
     MeetingPage page{theme};
 };
 
 TEST_F(MeetingPageTest, tab_reaches_what_each_phase_offers_in_reading_order) {
     page.setLines({line(1, "Me", "Words.")});
-    const QString title = QStringLiteral("Title of the meeting");
-    const QString lines = QStringLiteral("Transcript");
+    const auto stops = [](std::initializer_list<const char*> names) {
+        QStringList result{QStringLiteral("Title of the meeting")};
+        for (const char* name : names)
+            result += QString::fromLatin1(name);
+        return result + QStringList{QStringLiteral("Find in the transcript"),
+                                    QStringLiteral("Show the transcript in its own window"),
+                                    QStringLiteral("Transcript")};
+    };
     const std::vector<std::pair<MeetingPhase, QStringList>> expected{
-        {MeetingPhase::idle, {title, QStringLiteral("Start Recording"), lines}},
-        {MeetingPhase::loading, {title, QStringLiteral("Pause"), QStringLiteral("Stop"), lines}},
-        {MeetingPhase::recording,
-         {title, QStringLiteral("Pause"), QStringLiteral("Stop"), QStringLiteral("Dismiss"), lines}},
-        {MeetingPhase::paused, {title, QStringLiteral("Resume"), QStringLiteral("Stop"), lines}},
-        {MeetingPhase::processing, {title, QStringLiteral("Stop"), lines}},
-        {MeetingPhase::error, {title, QStringLiteral("Start Recording"), lines}},
+        {MeetingPhase::idle, stops({"Export", "New"})},
+        {MeetingPhase::loading, stops({"Pause", "Stop"})},
+        {MeetingPhase::recording, stops({"Pause", "Stop", "Dismiss"})},
+        {MeetingPhase::paused, stops({"Resume", "Stop"})},
+        {MeetingPhase::processing, stops({"Stop"})},
+        {MeetingPhase::error, stops({"Export", "Start Recording"})},
     };
     for (const auto& [phase, names] : expected) {
         show(phase);
         EXPECT_EQ(stopNames(), names) << int(phase);
         QPoint last(-1, -1);
         for (QWidget* stop : tabStops(page)) {
-            const QPoint at = stop->mapTo(&page, QPoint(0, 0));
+            const QPoint at = stop->mapTo(&page, stop->rect().center());
             const bool sameRow = at.y() < last.y() + 30;
             EXPECT_TRUE(sameRow ? at.x() > last.x() : at.y() > last.y()) << qPrintable(stop->accessibleName());
             last = at;
@@ -89,6 +113,40 @@ TEST_F(MeetingPageTest, keys_do_what_the_shown_buttons_do) {
     page.show(state);
     page.head().startOrStop();
     EXPECT_EQ(asked.size(), 5);
+}
+
+TEST_F(MeetingPageTest, a_meeting_that_has_ended_is_exported_and_followed_by_a_new_one) {
+    page.setLines({line(1, "Me", "Words.")});
+    show(MeetingPhase::idle);
+    int news = 0;
+    QObject::connect(&page, &MeetingPage::newRequested, [&] { ++news; });
+    page.head().startOrStop();
+    EXPECT_EQ(news, 1);
+    page.openExportMenu(page.mapToGlobal(QPoint(10, 10)));
+    auto* menu = page.findChild<QMenu*>();
+    ASSERT_TRUE(menu);
+    QStringList formats;
+    for (const QAction* action : menu->actions())
+        formats += action->text();
+    EXPECT_EQ(formats.join(QStringLiteral(", ")), QStringLiteral("Text, Markdown, Subtitles (SRT)"));
+    menu->actions()[1]->trigger();
+    auto* dialog = page.findChild<QFileDialog*>();
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(QFileInfo(dialog->selectedFiles().value(0)).fileName(), QStringLiteral("2026-03-12 Review.md"));
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("x.md"));
+    emit dialog->fileSelected(path);
+    const auto notice = [&] { return shownNotice(page); };
+    ASSERT_TRUE(waitFor([&] { return !notice().isEmpty(); }));
+    EXPECT_TRUE(notice().contains(path)) << qPrintable(notice());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.readAll().startsWith("# Review\n"));
+    EXPECT_EQ(file.permissions() & (QFileDevice::ReadGroup | QFileDevice::ReadOther), QFileDevice::Permissions());
+
+    emit dialog->fileSelected(folder.filePath(QStringLiteral("missing/y.md")));
+    ASSERT_TRUE(waitFor([&] { return notice().contains(QStringLiteral("could not be written")); }));
+    EXPECT_TRUE(notice().contains(QStringLiteral("missing/y.md")) && notice().contains(QStringLiteral("No such file")));
 }
 
 TEST_F(MeetingPageTest, a_title_is_told_once_and_not_overwritten_while_it_is_written) {

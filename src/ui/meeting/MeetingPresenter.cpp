@@ -40,6 +40,7 @@ std::optional<std::string> noticeOf(const SessionState& state) {
 MeetingPresenter::MeetingPresenter(TranscriptionSession& observed, const AudioDevices& audioDevices, MeetingPage& shown)
     : session(observed), devices(audioDevices), page(shown) {
     connect(&page, &MeetingPage::startRequested, this, [this] { session.start(); });
+    connect(&page, &MeetingPage::newRequested, this, [this] { session.start(); });
     connect(&page, &MeetingPage::pauseRequested, this, [this] { session.pauseRecording(); });
     connect(&page, &MeetingPage::resumeRequested, this, [this] { session.resume(); });
     connect(&page, &MeetingPage::stopRequested, this, [this] { session.stop(); });

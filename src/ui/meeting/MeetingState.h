@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/time/Time.h"
+
 #include <optional>
 #include <string>
 
@@ -16,8 +18,9 @@ struct MeetingState {
 
     std::string title;
     bool titleEditable = true;
-    std::string dateLine;      // "Thursday 12 March 2026 · started 10:02"
-    double elapsedSeconds = 0; // active time until now; the page counts on while the phase is loading or recording
+    std::string dateLine;          // "Thursday 12 March 2026 · started 10:02"
+    std::optional<Date> startedAt; // absent: taken for the moment of the first line
+    double elapsedSeconds = 0;     // active time until now; the page counts on while the phase is loading or recording
 
     bool startEnabled = true;
     bool stopEnabled = true;

@@ -2,7 +2,6 @@
 
 #include "ui/components/Painting.h"
 
-#include <QDateTime>
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
@@ -15,98 +14,45 @@ constexpr int captionLine = 18;
 constexpr int captionGap = 2;
 constexpr int lineGap = 4;
 constexpr int nameGap = 8;
-
-QString timeOf(Date date) {
-    constexpr double furthest = 1e11; // seconds; beyond this nothing is a moment of a meeting
-    const double seconds = std::isfinite(date.unix()) ? std::clamp(date.unix(), -furthest, furthest) : 0;
-    return QDateTime::fromMSecsSinceEpoch(qint64(seconds * 1000)).toString(QStringLiteral("HH:mm:ss"));
-}
-
-bool joins(const TranscriptSegment& a, const TranscriptSegment& b) {
-    return a.speakerLabel == b.speakerLabel && isMeLine(a) == isMeLine(b);
-}
-
-QString shownText(const std::string& text) {
-    return QString::fromStdString(text).trimmed().replace(QLatin1Char('\n'), QChar::LineSeparator);
-}
+constexpr int linkReach = 2;
 
 } // namespace
 
-TranscriptLayout::TranscriptLayout(const Theme& shown) : theme(shown) {}
+TranscriptLayout::TranscriptLayout(const Theme& shown, const TranscriptLines& laidOut) : theme(shown), lines(laidOut) {}
 
-int TranscriptLayout::setLines(const std::vector<TranscriptSegment>& segments) {
-    const std::size_t most = std::min(segments.size(), allLines.size());
-    std::size_t common = 0;
-    while (common < most && allLines[common].segment == segments[common])
-        ++common;
-    const bool removes = common < allLines.size();
-    allLines.resize(common);
-    if (removes) regroupFrom(int(common));
-    const int firstChanged = int(common);
-    const int firstGroup = std::max(0, int(allGroups.size()) - 1);
-    for (std::size_t i = common; i < segments.size(); ++i) {
-        allLines.push_back({segments[i], shownText(segments[i].text)});
-        appendToGroups(int(i));
-    }
-    settleFrom(firstGroup);
-    return firstChanged;
+void TranscriptLayout::update(const TranscriptLines::Change& change) {
+    const auto& groups = lines.groups();
+    layouts.removeIf([&](const auto& entry) { return entry.key() >= change.firstGroup; });
+    allBoxes.resize(groups.size());
+    for (auto i = std::size_t(change.firstGroup); i < groups.size(); ++i)
+        allBoxes[i] = {.height = estimate(groups[i])};
+    settleFrom(change.firstGroup);
 }
 
-void TranscriptLayout::regroupFrom(int line) {
-    while (!allGroups.empty() && allGroups.back().firstLine >= line) {
-        layouts.remove(int(allGroups.size()) - 1);
-        allGroups.pop_back();
-    }
-    if (allGroups.empty()) {
-        speakers.clear();
-        return;
-    }
-    Group& last = allGroups.back();
-    last.lines = std::min(last.lines, line - last.firstLine);
-    last.measured = false;
-    layouts.remove(int(allGroups.size()) - 1);
+int TranscriptLayout::scaled(int pixels) const {
+    return qRound(theme.scaled(pixels) * zoom);
 }
 
-void TranscriptLayout::appendToGroups(int line) {
-    const TranscriptSegment& segment = allLines[std::size_t(line)].segment;
-    if (line > 0 && !allGroups.empty() && joins(allLines[std::size_t(line) - 1].segment, segment)) {
-        Group& last = allGroups.back();
-        ++last.lines;
-        last.measured = false;
-        last.height = estimate(last);
-        layouts.remove(int(allGroups.size()) - 1);
-        return;
-    }
-    Group group{.firstLine = line,
-                .lines = 1,
-                .name = QString::fromStdString(segment.speakerLabel),
-                .time = timeOf(segment.date),
-                .color = colorOf(segment)};
-    group.height = estimate(group);
-    allGroups.push_back(group);
+int TranscriptLayout::lineHeight() const {
+    return qRound(theme.lineHeight(TextStyle::paragraph) * zoom);
 }
 
-Token TranscriptLayout::colorOf(const TranscriptSegment& segment) {
-    if (segment.speakerLabel == meLabel) return Token::accent;
-    if (segment.speakerLabel == themLabel) return Token::them;
-    const QString name = QString::fromStdString(segment.speakerLabel);
-    const auto known = speakers.constFind(name);
-    const int order = known != speakers.constEnd() ? *known : int(speakers.size());
-    speakers.insert(name, order);
-    return speakerTokens[std::size_t(order) % speakerTokens.size()];
+QFont TranscriptLayout::font(TextStyle style) const {
+    QFont font = theme.font(style);
+    font.setPixelSize(qRound(font.pixelSize() * zoom));
+    return font;
 }
 
 int TranscriptLayout::captionHeight() const {
-    return theme.scaled(captionLine) + captionGap;
+    return scaled(captionLine) + captionGap;
 }
 
-double TranscriptLayout::estimate(const Group& group) const {
-    const int lineHeight = theme.lineHeight(TextStyle::paragraph);
-    const double perLine = std::max(1.0, textWidth / (theme.scaled(13) * 0.52)); // characters
+double TranscriptLayout::estimate(const TranscriptLines::Group& group) const {
+    const double perLine = std::max(1.0, textWidth / (scaled(13) * 0.52)); // characters
     double height = captionHeight() + groupGap + (group.lines - 1) * lineGap;
     for (int i = 0; i < group.lines; ++i) {
-        const auto& text = allLines[std::size_t(group.firstLine) + std::size_t(i)].text;
-        height += std::max(1.0, std::ceil(double(text.size()) / perLine)) * lineHeight;
+        const auto& text = lines.at(group.firstLine + i).text;
+        height += std::max(1.0, std::ceil(double(text.size()) / perLine)) * lineHeight();
     }
     return height;
 }
@@ -114,73 +60,70 @@ double TranscriptLayout::estimate(const Group& group) const {
 void TranscriptLayout::setWidth(int width) {
     textWidth = std::max(40, width - textIndent);
     layouts.clear();
-    for (Group& group : allGroups) {
-        group.measured = false;
-        group.height = estimate(group);
-    }
+    for (std::size_t i = 0; i < allBoxes.size(); ++i)
+        allBoxes[i] = {.height = estimate(lines.groups()[i])};
     settleFrom(0);
 }
 
 void TranscriptLayout::settleFrom(int group) {
-    double top = group > 0 ? allGroups[std::size_t(group) - 1].top + allGroups[std::size_t(group) - 1].height : 0;
-    for (std::size_t i = std::size_t(group); i < allGroups.size(); ++i) {
-        allGroups[i].top = top;
-        top += allGroups[i].height;
+    double top = group > 0 ? allBoxes[std::size_t(group) - 1].top + allBoxes[std::size_t(group) - 1].height : 0;
+    for (auto i = std::size_t(group); i < allBoxes.size(); ++i) {
+        allBoxes[i].top = top;
+        top += allBoxes[i].height;
     }
 }
 
 double TranscriptLayout::height() const {
-    return allGroups.empty() ? 0 : allGroups.back().top + allGroups.back().height;
+    return allBoxes.empty() ? 0 : allBoxes.back().top + allBoxes.back().height;
 }
 
 int TranscriptLayout::groupAt(double y) const {
-    const auto after = std::ranges::upper_bound(allGroups, y, {}, &Group::top);
-    return after == allGroups.begin() ? 0 : int(after - allGroups.begin()) - 1;
+    const auto after = std::ranges::upper_bound(allBoxes, y, {}, &Box::top);
+    return after == allBoxes.begin() ? 0 : int(after - allBoxes.begin()) - 1;
 }
 
-int TranscriptLayout::groupOf(int line) const {
-    const auto after = std::ranges::upper_bound(allGroups, line, {}, &Group::firstLine);
-    return after == allGroups.begin() ? 0 : int(after - allGroups.begin()) - 1;
+std::unique_ptr<QTextLayout> TranscriptLayout::laidLine(int line, double& height) const {
+    auto text = std::make_unique<QTextLayout>(lines.at(line).text, font(TextStyle::paragraph));
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    text->setTextOption(option);
+    text->setCacheEnabled(true);
+    text->beginLayout();
+    height = 0;
+    for (QTextLine row = text->createLine(); row.isValid(); row = text->createLine()) {
+        row.setLineWidth(textWidth);
+        row.setPosition({0, height + (lineHeight() - row.ascent() - row.descent()) / 2});
+        height += lineHeight();
+    }
+    text->endLayout();
+    height = std::max<double>(lineHeight(), height);
+    return text;
 }
 
 const TranscriptLayout::Laid& TranscriptLayout::laid(int index) {
     if (const auto known = layouts.constFind(index); known != layouts.constEnd()) return **known;
-    const Group& group = allGroups[std::size_t(index)];
+    const auto& group = lines.groups()[std::size_t(index)];
     const auto result = std::make_shared<Laid>();
-    const double lineHeight = theme.lineHeight(TextStyle::paragraph);
     double top = captionHeight();
     for (int i = 0; i < group.lines; ++i) {
-        auto text = std::make_unique<QTextLayout>(allLines[std::size_t(group.firstLine) + std::size_t(i)].text,
-                                                  theme.font(TextStyle::paragraph));
-        QTextOption option;
-        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-        text->setTextOption(option);
-        text->setCacheEnabled(true);
-        text->beginLayout();
-        double y = 0;
-        for (QTextLine line = text->createLine(); line.isValid(); line = text->createLine()) {
-            line.setLineWidth(textWidth);
-            line.setPosition({0, y + (lineHeight - line.ascent() - line.descent()) / 2});
-            y += lineHeight;
-        }
-        text->endLayout();
+        double height = 0;
+        result->texts.push_back(laidLine(group.firstLine + i, height));
         result->tops.push_back(top);
-        result->texts.push_back(std::move(text));
-        top += std::max(lineHeight, y) + lineGap;
+        top += height + lineGap;
     }
     layouts.insert(index, result);
     return *result;
 }
 
 double TranscriptLayout::measure(int index) {
-    Group& group = allGroups[std::size_t(index)];
-    if (group.measured) return 0;
+    Box& box = allBoxes[std::size_t(index)];
+    if (box.measured) return 0;
     const Laid& layout = laid(index);
-    const int lastLines = std::max(1, layout.texts.back()->lineCount());
-    const double height = layout.tops.back() + lastLines * theme.lineHeight(TextStyle::paragraph) + groupGap;
-    const double grown = height - group.height;
-    group.height = height;
-    group.measured = true;
+    const int lastRows = std::max(1, layout.texts.back()->lineCount());
+    const double height = layout.tops.back() + lastRows * lineHeight() + groupGap;
+    const double grown = height - box.height;
+    box.height = height;
+    box.measured = true;
     if (grown != 0) settleFrom(index);
     return grown;
 }
@@ -190,81 +133,145 @@ void TranscriptLayout::keepOnly(int firstGroup, int lastGroup) {
 }
 
 double TranscriptLayout::topOf(int line) {
-    const int group = groupOf(line);
+    const int group = lines.groupOf(line);
     const Laid& layout = laid(group);
-    return allGroups[std::size_t(group)].top + layout.tops[std::size_t(line - allGroups[std::size_t(group)].firstLine)];
+    return allBoxes[std::size_t(group)].top +
+           layout.tops[std::size_t(line - lines.groups()[std::size_t(group)].firstLine)];
+}
+
+int TranscriptLayout::rowCount(int line) {
+    const int group = lines.groupOf(line);
+    return laid(group).texts[std::size_t(line - lines.groups()[std::size_t(group)].firstLine)]->lineCount();
+}
+
+TranscriptLayout::Hit TranscriptLayout::hitAt(QPointF point) {
+    const int index = groupAt(point.y());
+    measure(index);
+    const Laid& layout = laid(index);
+    const double y = point.y() - allBoxes[std::size_t(index)].top;
+    const auto below = std::ranges::upper_bound(layout.tops, y);
+    const auto within = std::size_t(below == layout.tops.begin() ? 0 : below - layout.tops.begin() - 1);
+    return {.line = lines.groups()[std::size_t(index)].firstLine + int(within),
+            .text = layout.texts[within].get(),
+            .row = int(std::floor((y - layout.tops[within]) / lineHeight()))};
 }
 
 TextPlace TranscriptLayout::placeAt(QPointF point) {
-    if (allGroups.empty()) return {};
-    const int index = groupAt(point.y());
-    measure(index);
-    const Group& group = allGroups[std::size_t(index)];
-    const Laid& layout = laid(index);
-    const double y = point.y() - group.top;
-    const auto below = std::ranges::upper_bound(layout.tops, y);
-    const auto within = std::size_t(below == layout.tops.begin() ? 0 : below - layout.tops.begin() - 1);
-    const QTextLayout& text = *layout.texts[within];
-    const int row = int(std::floor((y - layout.tops[within]) / theme.lineHeight(TextStyle::paragraph)));
-    TextPlace place{.line = group.firstLine + int(within)};
-    if (row < 0 || text.lineCount() == 0) return place;
-    if (row >= text.lineCount())
-        place.character = int(text.text().size());
+    if (allBoxes.empty()) return {};
+    const Hit hit = hitAt(point);
+    TextPlace place{.line = hit.line};
+    if (hit.row < 0 || hit.text->lineCount() == 0) return place;
+    if (hit.row >= hit.text->lineCount())
+        place.character = int(hit.text->text().size());
     else
-        place.character = text.lineAt(row).xToCursor(point.x() - textIndent);
+        place.character = hit.text->lineAt(hit.row).xToCursor(point.x() - textIndent);
     return place;
 }
 
-void TranscriptLayout::paint(QPainter& painter, int index, double left, double top,
-                             const std::optional<Selection>& selection) {
-    const Group& group = allGroups[std::size_t(index)];
-    const Laid& layout = laid(index);
-    const QColor color = theme.color(group.color);
-    fillRounded(painter, {left, top, edgeWidth, group.height - groupGap}, edgeWidth / 2.0, color);
-    const double textLeft = left + textIndent;
-    const QRectF caption(textLeft, top, textWidth, theme.scaled(captionLine));
-    const QFont nameFont = theme.font(TextStyle::textStrong);
-    const double baseline = centredBaseline(nameFont, caption);
-    painter.setFont(nameFont);
-    painter.setPen(group.color == Token::accent ? theme.color(Token::accentText) : color);
-    const double timeWidth = tabularWidth(theme.font(TextStyle::caption), group.time);
-    const QFontMetricsF metrics(nameFont);
-    const QString name = metrics.elidedText(group.name, Qt::ElideRight, textWidth - timeWidth - nameGap);
-    painter.drawText(QPointF(textLeft, baseline), name);
-    painter.setFont(theme.font(TextStyle::caption));
-    painter.setPen(theme.color(Token::text2));
-    drawTabular(painter, {textLeft + metrics.horizontalAdvance(name) + nameGap, baseline}, group.time);
-
-    painter.setPen(theme.color(Token::text));
-    for (int i = 0; i < group.lines; ++i) {
-        const int line = group.firstLine + i;
-        QList<QTextLayout::FormatRange> ranges;
-        if (selection && selection->from.line <= line && line <= selection->to.line) {
-            const int length = int(allLines[std::size_t(line)].text.size());
-            const int from = selection->from.line == line ? selection->from.character : 0;
-            const int to = selection->to.line == line ? selection->to.character : length;
-            QTextCharFormat format;
-            format.setBackground(theme.color(Token::accentTint));
-            format.setForeground(theme.color(Token::text));
-            ranges.append({from, to - from, format});
-        }
-        layout.texts[std::size_t(i)]->draw(&painter, {textLeft, top + layout.tops[std::size_t(i)]}, ranges);
-    }
+std::optional<TextPlace> TranscriptLayout::characterAt(QPointF point) {
+    if (allBoxes.empty() || point.y() < 0 || point.y() >= height()) return std::nullopt;
+    const Hit hit = hitAt(point);
+    if (hit.row < 0 || hit.row >= hit.text->lineCount()) return std::nullopt;
+    const QTextLine row = hit.text->lineAt(hit.row);
+    const double x = point.x() - textIndent;
+    const QRectF filled = row.naturalTextRect();
+    if (x < filled.left() || x >= filled.right()) return std::nullopt;
+    return TextPlace{hit.line, row.xToCursor(x, QTextLine::CursorOnCharacter)};
 }
 
-QString TranscriptLayout::textOf(const Selection& selection) const {
-    const bool captions = groupOf(selection.from.line) != groupOf(selection.to.line);
-    QStringList parts;
-    for (int line = selection.from.line; line <= selection.to.line && line < int(allLines.size()); ++line) {
-        const Group& group = allGroups[std::size_t(groupOf(line))];
-        const bool begins = line == group.firstLine || line == selection.from.line;
-        if (captions && begins) parts.append(group.name + QLatin1Char(' ') + group.time);
-        const QString& text = allLines[std::size_t(line)].text;
-        const int from = line == selection.from.line ? selection.from.character : 0;
-        const int to = line == selection.to.line ? selection.to.character : int(text.size());
-        parts.append(text.mid(from, to - from).replace(QChar::LineSeparator, QLatin1Char('\n')));
+QList<QRectF> TranscriptLayout::rowsOf(const TextRange& range) {
+    const int line = range.from.line;
+    const int group = lines.groupOf(line);
+    measure(group);
+    const QTextLayout& text = *laid(group).texts[std::size_t(line - lines.groups()[std::size_t(group)].firstLine)];
+    const double top = topOf(line);
+    const int end = range.to.line == line ? range.to.character : int(text.text().size());
+    QList<QRectF> rows;
+    for (int i = 0; i < text.lineCount(); ++i) {
+        const QTextLine row = text.lineAt(i);
+        const int from = std::max(range.from.character, row.textStart());
+        const int to = std::min(end, row.textStart() + row.textLength());
+        if (to < from || (to == from && end != range.from.character)) continue;
+        const double one = row.cursorToX(from);
+        const double other = row.cursorToX(to);
+        rows.append(
+            {textIndent + std::min(one, other), top + i * lineHeight(), std::abs(other - one), double(lineHeight())});
     }
-    return parts.join(QLatin1Char('\n'));
+    return rows;
+}
+
+QRectF TranscriptLayout::captionOf(int group) const {
+    return {double(textIndent), allBoxes[std::size_t(group)].top, double(textWidth), double(scaled(captionLine))};
+}
+
+void TranscriptLayout::paint(QPainter& painter, int index, double left, double top, const Marks& marks) {
+    const auto& group = lines.groups()[std::size_t(index)];
+    const Laid& layout = laid(index);
+    const auto comes = [&](int line) { return marks.slidesFrom >= 0 && line >= marks.slidesFrom; };
+    painter.save();
+    if (comes(group.firstLine)) {
+        painter.setOpacity(marks.opacity);
+        top += marks.slide;
+    }
+    fillRounded(painter, {left, top, edgeWidth, allBoxes[std::size_t(index)].height - groupGap}, edgeWidth / 2.0,
+                theme.color(group.color));
+    paintCaption(painter, group, {left + textIndent, top});
+    for (int i = 0; i < group.lines; ++i) {
+        double lineTop = top + layout.tops[std::size_t(i)];
+        if (comes(group.firstLine + i) && !comes(group.firstLine)) {
+            painter.setOpacity(marks.opacity);
+            lineTop += marks.slide;
+        }
+        paintLine(painter, group.firstLine + i, *layout.texts[std::size_t(i)], {left + textIndent, lineTop}, marks);
+    }
+    painter.restore();
+}
+
+void TranscriptLayout::paintCaption(QPainter& painter, const TranscriptLines::Group& group, QPointF at) const {
+    const QRectF caption(at.x(), at.y(), textWidth, scaled(captionLine));
+    const QFont nameFont = font(TextStyle::textStrong);
+    const double baseline = centredBaseline(nameFont, caption);
+    painter.setFont(nameFont);
+    painter.setPen(theme.color(group.color == Token::accent ? Token::accentText : group.color));
+    const double timeWidth = tabularWidth(font(TextStyle::caption), group.time);
+    const QFontMetricsF metrics(nameFont);
+    const QString name = metrics.elidedText(group.name, Qt::ElideRight, textWidth - timeWidth - nameGap);
+    painter.drawText(QPointF(at.x(), baseline), name);
+    painter.setFont(font(TextStyle::caption));
+    painter.setPen(theme.color(Token::text2));
+    drawTabular(painter, {at.x() + metrics.horizontalAdvance(name) + nameGap, baseline}, group.time);
+}
+
+QList<QTextLayout::FormatRange> TranscriptLayout::formatsOf(int line, const Marks& marks) const {
+    QList<QTextLayout::FormatRange> formats;
+    const auto add = [&](const TextRange& range, Token ground, Token ink) {
+        const int from = range.from.line == line ? range.from.character : 0;
+        const int to = range.to.line == line ? range.to.character : int(lines.at(line).text.size());
+        QTextCharFormat format;
+        format.setBackground(theme.color(ground));
+        format.setForeground(theme.color(ink));
+        formats.append({from, to - from, format});
+    };
+    const auto first = std::ranges::lower_bound(marks.matches, TextPlace{.line = line}, {}, &TextRange::from);
+    for (auto match = first; match != marks.matches.end() && match->from.line == line; ++match)
+        if (match->to.line == line) add(*match, Token::warnTint, Token::warnText);
+    if (marks.selection && marks.selection->from.line <= line && line <= marks.selection->to.line)
+        add(*marks.selection, Token::accentTint, Token::text);
+    if (marks.current && marks.current->from.line == line) add(*marks.current, Token::accent, Token::onAccent);
+    return formats;
+}
+
+void TranscriptLayout::paintLine(QPainter& painter, int line, const QTextLayout& text, QPointF at, const Marks& marks) {
+    if (marks.link && marks.link->from.line == line) {
+        const QPointF shift = at - QPointF(textIndent, topOf(line));
+        for (const QRectF& row : rowsOf(*marks.link)) {
+            const QRectF ground = row.translated(shift).adjusted(-linkReach, 0, linkReach, 0);
+            fillRounded(painter, ground, linkReach, theme.color(Token::accentTint));
+            painter.fillRect(QRectF(ground.left(), ground.bottom() - 1, ground.width(), 1), theme.color(Token::accent));
+        }
+    }
+    painter.setPen(theme.color(Token::text));
+    text.draw(&painter, at, formatsOf(line, marks));
 }
 
 } // namespace tavrin

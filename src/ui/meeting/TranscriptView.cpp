@@ -3,16 +3,15 @@
 #include "ui/components/FocusRing.h"
 #include "ui/components/Painting.h"
 #include "ui/meeting/TranscriptAccessible.h"
+#include "ui/meeting/TranscriptSearch.h"
+#include "ui/meeting/TranscriptWords.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
-#include <QContextMenuEvent>
-#include <QKeyEvent>
-#include <QMenu>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
-#include <QTextBoundaryFinder>
+#include <algorithm>
 #include <cmath>
 
 namespace tavrin {
@@ -24,12 +23,13 @@ constexpr int paddingSide = 32;
 constexpr int paddingBottom = 12;
 constexpr int widestText = 680;
 constexpr int endSlack = 4;
-constexpr int dragMilliseconds = 40;
+constexpr double slideFrom = 8;
+constexpr int mostSliding = 5; // more lines at once are a transcript that was opened
 
 } // namespace
 
-TranscriptView::TranscriptView(const Theme& shown, QWidget* parent)
-    : QAbstractScrollArea(parent), theme(shown), lines(shown) {
+TranscriptView::TranscriptView(const Theme& shown, TranscriptLines& transcript, QWidget* parent)
+    : QAbstractScrollArea(parent), theme(shown), lines(transcript), layout(shown, transcript) {
     installTranscriptAccessibility(); // before the first change that assistive technology is told of
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
@@ -38,32 +38,82 @@ TranscriptView::TranscriptView(const Theme& shown, QWidget* parent)
     setFocusRadius(*this, -1);
     viewport()->setCursor(Qt::IBeamCursor);
     viewport()->setAutoFillBackground(false);
-    verticalScrollBar()->setSingleStep(theme.lineHeight(TextStyle::paragraph));
+    viewport()->setMouseTracking(true);
     verticalScrollBar()->setFocusPolicy(Qt::NoFocus);
     connect(&theme, &Theme::changed, this, &TranscriptView::relayout);
+    connect(&lines, &TranscriptLines::changing, this, &TranscriptView::rememberPlace);
+    connect(&lines, &TranscriptLines::changed, this, &TranscriptView::linesChanged);
+    layout.update({});
+    relayout();
 }
+
+// ---- what is read, and what changes around it ----------------------------------------------------------------------
 
 bool TranscriptView::standsAtEnd() const {
     return verticalScrollBar()->value() >= verticalScrollBar()->maximum() - endSlack;
 }
 
 std::optional<TranscriptView::Reading> TranscriptView::reading() {
-    if (lines.groups().empty()) return std::nullopt;
+    if (lines.empty()) return std::nullopt;
     const double top = verticalScrollBar()->value() - paddingTop;
-    const auto& group = lines.groups()[std::size_t(lines.groupAt(top))];
+    const auto& group = lines.groups()[std::size_t(layout.groupAt(top))];
     int line = group.firstLine;
-    for (int i = 1; i < group.lines && lines.topOf(group.firstLine + i) <= top; ++i)
+    for (int i = 1; i < group.lines && layout.topOf(group.firstLine + i) <= top; ++i)
         line = group.firstLine + i;
-    return Reading{lines.lines()[std::size_t(line)].segment.id, top - lines.topOf(line)};
+    return Reading{lines.at(line).segment.id, top - layout.topOf(line)};
 }
 
-void TranscriptView::setLines(const std::vector<TranscriptSegment>& segments) {
-    const bool atEnd = standsAtEnd();
-    const auto place = reading();
-    const int firstChanged = lines.setLines(segments);
-    const bool selectionMoved = anchor && std::max(anchor->line, caret.line) >= firstChanged;
-    if (selectionMoved) anchor.reset();
-    keep(place, atEnd);
+TextPlace TranscriptView::firstSeen() {
+    return layout.placeAt(onPage({paddingSide, layout.lineHeight()}));
+}
+
+void TranscriptView::rememberPlace() {
+    endBefore = standsAtEnd();
+    placeBefore = reading();
+    cursorBefore = keptOf(cursor);
+    linkedBefore = keptOf(linked);
+}
+
+std::optional<TranscriptView::Kept> TranscriptView::keptOf(const std::optional<TextRange>& range) const {
+    if (!range || range->from.line >= lines.count()) return std::nullopt;
+    const auto& line = lines.at(range->from.line);
+    return Kept{line.segment.id, line.text};
+}
+
+void TranscriptView::linesChanged(const TranscriptLines::Change& change) {
+    layout.update(change);
+    if (anchor && std::max(anchor->line, caret.line) >= change.firstLine) {
+        anchor.reset();
+        extends.reset();
+    }
+    hovered.reset();
+    followChange(cursor, cursorBefore);
+    followChange(linked, linkedBefore);
+    keep(placeBefore, endBefore);
+    if (endBefore && change.onlyAdds) slideIn(change.firstLine);
+    tellAssistance(change);
+    emit moved();
+}
+
+// A word that is still there keeps its mark, wherever its line is now.
+void TranscriptView::followChange(std::optional<TextRange>& range, const std::optional<Kept>& kept) const {
+    if (!range) return;
+    const int line = kept ? lines.lineOf(kept->id) : -1;
+    if (line < 0 || lines.at(line).text != kept->text) return range.reset();
+    range->from.line = range->to.line = line;
+}
+
+void TranscriptView::tellAssistance(const TranscriptLines::Change& change) {
+    if (!QAccessible::isActive()) return;
+    const int begin = lines.endBefore(change.firstLine);
+    if (!change.removed.isEmpty()) {
+        QAccessibleTextRemoveEvent removed(this, begin, change.removed);
+        QAccessible::updateAccessibility(&removed);
+    }
+    const QString added = lines.text(begin, lines.length());
+    if (added.isEmpty()) return;
+    QAccessibleTextInsertEvent inserted(this, begin, added);
+    QAccessible::updateAccessibility(&inserted);
 }
 
 void TranscriptView::setInterim(const QString& text) {
@@ -84,21 +134,39 @@ void TranscriptView::keep(const std::optional<Reading>& place, bool atEnd) {
         }
         verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     } else if (place) {
-        const auto& all = lines.lines();
-        const auto line = std::ranges::find(all, place->line, [](const auto& each) { return each.segment.id; });
-        if (line != all.end())
-            verticalScrollBar()->setValue(qRound(lines.topOf(int(line - all.begin())) + place->above + paddingTop));
+        const int line = lines.lineOf(place->line);
+        if (line >= 0) verticalScrollBar()->setValue(qRound(layout.topOf(line) + place->above + paddingTop));
     }
     fit();
     viewport()->update();
 }
 
+void TranscriptView::slideIn(int firstLine) {
+    const int added = lines.count() - firstLine;
+    if (!theme.moves() || !isVisible() || added <= 0 || added > mostSliding) return;
+    slidesFrom = firstLine;
+    slideTime.start();
+    slideTimer.start(1000 / 60, this);
+}
+
 void TranscriptView::relayout() {
     const bool atEnd = standsAtEnd();
-    const auto place = reading();
-    lines.setWidth(qMin(widestText, viewport()->width() - 2 * paddingSide));
-    verticalScrollBar()->setSingleStep(theme.lineHeight(TextStyle::paragraph));
+    auto place = reading();
+    const int line = place ? lines.lineOf(place->line) : -1;
+    const double oldHeight = line >= 0 ? double(layout.rowCount(line)) * laidHeight : 0;
+    laidHeight = layout.lineHeight();
+    layout.setWidth(qMin(widestText, viewport()->width() - 2 * paddingSide));
+    // A line that is partly above the view stays so by the same part of itself.
+    if (place && place->above > 0 && oldHeight > 0)
+        place->above = qMin(1.0, place->above / oldHeight) * layout.rowCount(line) * laidHeight;
+    verticalScrollBar()->setSingleStep(layout.lineHeight());
     keep(place, atEnd);
+    emit moved();
+}
+
+void TranscriptView::setZoom(double factor) {
+    layout.setZoom(std::clamp(factor, TranscriptLayout::leastZoom, TranscriptLayout::mostZoom));
+    relayout();
 }
 
 void TranscriptView::resizeEvent(QResizeEvent* /*event*/) {
@@ -106,12 +174,12 @@ void TranscriptView::resizeEvent(QResizeEvent* /*event*/) {
 }
 
 double TranscriptView::interimHeight() const {
-    return interim.isEmpty() ? 0 : theme.lineHeight(TextStyle::paragraph);
+    return interim.isEmpty() ? 0 : layout.lineHeight();
 }
 
 double TranscriptView::pageHeight() const {
     const double below = interim.isEmpty() ? -TranscriptLayout::groupGap : interimHeight();
-    return paddingTop + lines.height() + below + paddingBottom;
+    return paddingTop + layout.height() + below + paddingBottom;
 }
 
 void TranscriptView::fit() {
@@ -126,44 +194,91 @@ void TranscriptView::fit() {
 // Groups become exact as they come into sight. One that begins above the view grows upwards, so that what is read
 // stays where it is.
 void TranscriptView::measureVisible() {
-    if (lines.groups().empty()) return;
+    const auto& boxes = layout.boxes();
+    if (boxes.empty()) return;
     QScrollBar& bar = *verticalScrollBar();
-    const int first = lines.groupAt(bar.value() - paddingTop);
+    const int first = layout.groupAt(bar.value() - paddingTop);
     int group = first;
-    for (; group < int(lines.groups().size()); ++group) {
-        const auto& each = lines.groups()[std::size_t(group)];
+    for (; group < int(boxes.size()); ++group) {
+        const double boxTop = boxes[std::size_t(group)].top;
         const double top = bar.value() - paddingTop;
-        if (each.top > top + viewport()->height()) break;
-        const bool above = each.top < top;
-        const double grown = lines.measure(group);
-        if (grown == 0 || !above || standsAtEnd()) continue;
+        if (boxTop > top + viewport()->height()) break;
+        const double grown = layout.measure(group);
+        if (grown == 0 || boxTop >= top || standsAtEnd()) continue;
         if (grown > 0) bar.setMaximum(bar.maximum() + int(std::ceil(grown)));
         bar.setValue(bar.value() + qRound(grown));
     }
-    lines.keepOnly(first - 8, group + 8);
+    layout.keepOnly(first - 8, group + 8);
 }
 
 void TranscriptView::scrollContentsBy(int /*dx*/, int /*dy*/) {
     fit();
     viewport()->update();
+    if (!fitting) emit moved();
+}
+
+void TranscriptView::reveal(const TextRange& range) {
+    if (range.from.line >= lines.count()) return;
+    QScrollBar& bar = *verticalScrollBar();
+    // What comes into sight on the way is measured and may push the range out again.
+    for (int i = 0; i < 4; ++i) {
+        fit();
+        const auto rows = layout.rowsOf(range);
+        if (rows.isEmpty()) return;
+        const QRectF seen = inViewport(rows.front().united(rows.back()));
+        const int above = int(seen.top()) - layout.lineHeight();
+        const int below = int(std::ceil(seen.bottom())) + paddingBottom - viewport()->height();
+        if (above >= 0 && below <= 0) break;
+        const bool isFar = above < -viewport()->height() || below > viewport()->height();
+        const int by = isFar ? above - viewport()->height() / 3 : above < 0 ? above : below;
+        const int before = bar.value();
+        bar.setValue(before + by);
+        if (bar.value() == before) break;
+    }
+}
+
+// ---- painting -------------------------------------------------------------------------------------------------------
+
+TranscriptLayout::Marks TranscriptView::marks() const {
+    TranscriptLayout::Marks marks{.selection = selection(), .link = linked ? linked : hovered};
+    if (finder) marks.matches = finder->matches();
+    if (currentMatch >= 0 && currentMatch < int(marks.matches.size()))
+        marks.current = marks.matches[std::size_t(currentMatch)];
+    if (slidesFrom >= 0) {
+        const double left = 1 - std::min(1.0, double(slideTime.elapsed()) / slideMilliseconds);
+        marks.slidesFrom = slidesFrom;
+        marks.slide = slideFrom * left * left;
+        marks.opacity = 1 - left * left;
+    }
+    return marks;
 }
 
 void TranscriptView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(viewport());
     const double offset = paddingTop - verticalScrollBar()->value();
-    const auto& groups = lines.groups();
-    const auto selected = selection();
-    for (int i = groups.empty() ? 0 : lines.groupAt(-offset); i < int(groups.size()); ++i) {
-        const double top = groups[std::size_t(i)].top + offset;
+    const auto& boxes = layout.boxes();
+    const auto shown = marks();
+    for (int i = boxes.empty() ? 0 : layout.groupAt(-offset); i < int(boxes.size()); ++i) {
+        const double top = boxes[std::size_t(i)].top + offset;
         if (top > viewport()->height()) break;
-        lines.paint(painter, i, paddingSide, top, selected);
+        layout.paint(painter, i, paddingSide, top, shown);
     }
-    if (interim.isEmpty()) return;
-    const QRectF line(paddingSide, lines.height() + offset, qMin(widestText, viewport()->width() - 2 * paddingSide),
+    if (showsCursor && hasFocus()) paintCursor(painter);
+    if (!interim.isEmpty()) paintInterim(painter, offset);
+}
+
+void TranscriptView::paintCursor(QPainter& painter) {
+    if (!cursor || cursor->from.line >= lines.count()) return;
+    for (const QRectF& row : layout.rowsOf(*cursor))
+        strokeRounded(painter, inViewport(row).adjusted(-4, -2, 4, 2), 4, theme.color(Token::accent), 2);
+}
+
+void TranscriptView::paintInterim(QPainter& painter, double offset) {
+    const QRectF line(paddingSide, layout.height() + offset, qMin(widestText, viewport()->width() - 2 * paddingSide),
                       interimHeight());
     fillRounded(painter, {line.left(), line.top(), TranscriptLayout::edgeWidth, line.height()}, 1.5,
                 theme.color(Token::line2));
-    const QFont font = theme.font(TextStyle::paragraph);
+    const QFont font = layout.font(TextStyle::paragraph);
     painter.setFont(font);
     painter.setPen(theme.color(Token::text2));
     const double room = line.width() - TranscriptLayout::textIndent;
@@ -171,108 +286,105 @@ void TranscriptView::paintEvent(QPaintEvent* /*event*/) {
                      QFontMetricsF(font).elidedText(interim, Qt::ElideRight, room));
 }
 
-std::optional<TranscriptLayout::Selection> TranscriptView::selection() const {
-    if (!anchor || *anchor == caret) return std::nullopt;
-    return TranscriptLayout::Selection{qMin(*anchor, caret), qMax(*anchor, caret)};
-}
-
-QString TranscriptView::selectedText() const {
-    const auto selected = selection();
-    return selected ? lines.textOf(*selected) : QString();
-}
-
-void TranscriptView::selectAll() {
-    if (lines.lines().empty()) return;
-    anchor = TextPlace{};
-    caret = {int(lines.lines().size()) - 1, int(lines.lines().back().text.size())};
-    viewport()->update();
-}
-
-void TranscriptView::copy() const {
-    if (selection()) QApplication::clipboard()->setText(selectedText());
-}
-
-QString TranscriptView::latestText() const {
-    constexpr std::size_t latest = 5;
-    const auto& all = lines.lines();
-    QStringList parts;
-    for (std::size_t i = all.size() > latest ? all.size() - latest : 0; i < all.size(); ++i)
-        parts.append(QString::fromStdString(all[i].segment.speakerLabel) + QStringLiteral(": ") + all[i].text);
-    if (!interim.isEmpty()) parts.append(interim);
-    return parts.join(QLatin1Char('\n'));
+int TranscriptView::textEnd() const {
+    return paddingSide + qMin(widestText, viewport()->width() - 2 * paddingSide);
 }
 
 QPointF TranscriptView::onPage(QPoint at) const {
     return {double(at.x() - paddingSide), double(at.y() + verticalScrollBar()->value() - paddingTop)};
 }
 
-void TranscriptView::keyPressEvent(QKeyEvent* event) {
-    QScrollBar& bar = *verticalScrollBar();
-    if (event->matches(QKeySequence::Copy))
-        copy();
-    else if (event->matches(QKeySequence::SelectAll))
-        selectAll();
-    else if (event->key() == Qt::Key_Home)
-        bar.setValue(0);
-    else if (event->key() == Qt::Key_End)
-        bar.setValue(bar.maximum());
+QRectF TranscriptView::inViewport(const QRectF& onPage) const {
+    return onPage.translated(paddingSide, paddingTop - verticalScrollBar()->value());
+}
+
+// ---- selection, words, matches --------------------------------------------------------------------------------------
+
+std::optional<TextRange> TranscriptView::selection() const {
+    if (!anchor || *anchor == caret) return std::nullopt;
+    return TextRange{qMin(*anchor, caret), qMax(*anchor, caret)};
+}
+
+QString TranscriptView::selectedText() const {
+    const auto selected = selection();
+    return selected ? lines.copyOf(*selected) : QString();
+}
+
+void TranscriptView::select(const std::optional<TextRange>& range) {
+    anchor = range ? std::optional(range->from) : std::nullopt;
+    if (range) caret = range->to;
+    extends.reset();
+    viewport()->update();
+    if (!QAccessible::isActive()) return;
+    QAccessibleTextSelectionEvent event(this, range ? lines.offsetOf(range->from) : 0,
+                                        range ? lines.offsetOf(range->to) : 0);
+    QAccessible::updateAccessibility(&event);
+}
+
+void TranscriptView::selectAll() {
+    if (lines.empty()) return;
+    const int last = lines.count() - 1;
+    select(TextRange{{}, {last, int(lines.at(last).text.size())}});
+}
+
+void TranscriptView::copy() const {
+    if (selection()) QApplication::clipboard()->setText(selectedText());
+}
+
+void TranscriptView::copyAll() const {
+    if (lines.empty()) return;
+    const int last = lines.count() - 1;
+    const TextRange all{{}, {last, int(lines.at(last).text.size())}};
+    QApplication::clipboard()->setText(lines.copyOf(all));
+}
+
+void TranscriptView::moveTo(const std::optional<TextRange>& word) {
+    cursor = word;
+    showsCursor = word.has_value();
+    if (showsCursor)
+        clearFocusRadius(*this); // the ring is around the word now
     else
-        QAbstractScrollArea::keyPressEvent(event);
+        setFocusRadius(*this, -1);
+    viewport()->update();
+    if (!word) return;
+    reveal(*word);
+    if (!QAccessible::isActive()) return;
+    QAccessibleTextCursorEvent event(this, lines.offsetOf(word->from));
+    QAccessible::updateAccessibility(&event);
 }
 
-void TranscriptView::mousePressEvent(QMouseEvent* event) {
-    if (event->button() != Qt::LeftButton) return;
-    caret = lines.placeAt(onPage(event->pos()));
-    if (!anchor || !event->modifiers().testFlag(Qt::ShiftModifier)) anchor = caret;
+void TranscriptView::setLinked(const std::optional<TextRange>& range) {
+    linked = range;
     viewport()->update();
 }
 
-void TranscriptView::extendSelection(QPoint at) {
-    caret = lines.placeAt(onPage(at));
+QRect TranscriptView::linkedPlace() {
+    if (!linked || linked->from.line >= lines.count()) return {};
+    const auto rows = layout.rowsOf(*linked);
+    if (rows.isEmpty()) return {};
+    const QRect place = inViewport(rows.back()).toAlignedRect();
+    return viewport()->rect().intersects(place) ? place : QRect();
+}
+
+void TranscriptView::choosePhrase() {
+    const auto selected = selection();
+    const auto phrase = selected ? phraseIn(lines, *selected) : cursor;
+    if (!phrase) return;
+    setLinked(phrase);
+    reveal(*phrase);
+    const int from = phrase->from.character;
+    emit phraseChosen(lines.at(phrase->from.line).text.mid(from, phrase->to.character - from));
+}
+
+void TranscriptView::showMatch(int current) {
+    currentMatch = current;
     viewport()->update();
 }
 
-void TranscriptView::mouseMoveEvent(QMouseEvent* event) {
-    if (!event->buttons().testFlag(Qt::LeftButton) || !anchor) return;
-    dragAt = event->pos();
-    extendSelection(dragAt);
-    if (viewport()->rect().contains(dragAt))
-        dragTimer.stop();
-    else if (!dragTimer.isActive())
-        dragTimer.start(dragMilliseconds, this);
-}
-
-void TranscriptView::mouseReleaseEvent(QMouseEvent* event) {
-    dragTimer.stop();
-    QAbstractScrollArea::mouseReleaseEvent(event);
-}
-
-void TranscriptView::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != dragTimer.timerId()) return QAbstractScrollArea::timerEvent(event);
-    const int past = dragAt.y() < 0 ? dragAt.y() : dragAt.y() - viewport()->height();
-    verticalScrollBar()->setValue(verticalScrollBar()->value() + qBound(-60, past, 60));
-    extendSelection(dragAt);
-}
-
-void TranscriptView::mouseDoubleClickEvent(QMouseEvent* event) {
-    if (lines.lines().empty()) return;
-    const TextPlace place = lines.placeAt(onPage(event->pos()));
-    const QString& text = lines.lines()[std::size_t(place.line)].text;
-    QTextBoundaryFinder words(QTextBoundaryFinder::Word, text);
-    words.setPosition(place.character);
-    const qsizetype from = words.isAtBoundary() ? words.position() : words.toPreviousBoundary();
-    const qsizetype to = words.toNextBoundary();
-    anchor = TextPlace{place.line, int(qMax<qsizetype>(0, from))};
-    caret = {place.line, int(to < 0 ? text.size() : to)};
-    viewport()->update();
-}
-
-void TranscriptView::contextMenuEvent(QContextMenuEvent* event) {
-    QMenu menu(this);
-    QAction* copying = menu.addAction(tr("Copy"), this, &TranscriptView::copy);
-    copying->setEnabled(selection().has_value());
-    menu.addAction(tr("Select all"), this, &TranscriptView::selectAll);
-    menu.exec(event->globalPos());
+void TranscriptView::searchChanged(int current) {
+    showMatch(current);
+    if (finder && current >= 0 && current < int(finder->matches().size()))
+        reveal(finder->matches()[std::size_t(current)]);
 }
 
 } // namespace tavrin

@@ -1,10 +1,13 @@
 #include "ui/UiTestSupport.h"
 #include "ui/meeting/TranscriptView.h"
+#include "ui/meeting/TranscriptWords.h"
 
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QMouseEvent>
 #include <QScrollBar>
+#include <chrono>
+#include <thread>
 
 namespace tavrin {
 
@@ -32,41 +35,56 @@ protected:
 
     QScrollBar& bar() { return *view.verticalScrollBar(); }
 
-    void mouse(QEvent::Type type, QPoint at) {
-        QMouseEvent event(type, at, view.viewport()->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(view.viewport(), &event);
+    void mouse(QEvent::Type type, QPoint at) { mouseEvent(*view.viewport(), type, at); }
+
+    void click(QPoint at) {
+        mouse(QEvent::MouseButtonPress, at);
+        mouse(QEvent::MouseButtonRelease, at);
     }
 
-    TranscriptView view{theme};
+    /// The middle of a word of a line, in the viewport.
+    QPoint middleOf(int line, const QString& word) {
+        const int at = int(shown.at(line).text.indexOf(word));
+        return view.inViewport(view.page().rowsOf({{line, at}, {line, at + int(word.size())}}).front())
+            .center()
+            .toPoint();
+    }
+
+    QString wordOf(const std::optional<TextRange>& range) {
+        return range ? shown.copyOf(*range) : QStringLiteral("none");
+    }
+
+    TranscriptLines shown;
+    TranscriptView view{theme, shown};
 };
 
 TEST_F(TranscriptViewTest, consecutive_lines_of_a_speaker_stand_under_one_caption) {
     auto lines = std::vector{line(1, "Me", "a"),   line(2, "Me", "b"),   line(3, "Them", "c"),
                              line(4, "Anke", "d"), line(5, "Anke", "e"), line(6, "Me", "f")};
-    view.setLines(lines);
+    shown.setLines(lines);
     const auto sizes = [&] {
         std::vector<int> result;
-        for (const auto& group : view.transcript().groups())
+        for (const auto& group : shown.groups())
             result.push_back(group.lines);
         return result;
     };
     EXPECT_EQ(sizes(), (std::vector{2, 1, 2, 1}));
     lines.push_back(line(7, "Me", "g"));
-    view.setLines(lines);
+    shown.setLines(lines);
     EXPECT_EQ(sizes(), (std::vector{2, 1, 2, 2}));
     lines.erase(lines.begin() + 2); // the line between was taken back
-    view.setLines(lines);
+    shown.setLines(lines);
     EXPECT_EQ(sizes(), (std::vector{2, 2, 2}));
-    view.setLines({});
-    EXPECT_TRUE(view.transcript().groups().empty());
+    shown.setLines({});
+    EXPECT_TRUE(shown.groups().empty());
 }
 
 TEST_F(TranscriptViewTest, follows_the_end_only_while_standing_there) {
     auto lines = talk(60);
-    view.setLines(lines);
+    shown.setLines(lines);
     EXPECT_TRUE(view.standsAtEnd());
     lines.push_back(line(500, "Them", "one more"));
-    view.setLines(lines);
+    shown.setLines(lines);
     view.setInterim(QStringLiteral("Transcribing…"));
     EXPECT_TRUE(view.standsAtEnd());
     EXPECT_GT(bar().value(), 0);
@@ -74,20 +92,20 @@ TEST_F(TranscriptViewTest, follows_the_end_only_while_standing_there) {
     bar().setValue(bar().maximum() / 2);
     const int at = bar().value();
     lines.push_back(line(501, "Me", "and another"));
-    view.setLines(lines);
+    shown.setLines(lines);
     view.setInterim({});
     EXPECT_EQ(bar().value(), at);
 }
 
 TEST_F(TranscriptViewTest, what_is_read_stays_when_lines_come_or_change_above) {
     auto lines = talk(80);
-    view.setLines(lines);
+    shown.setLines(lines);
     bar().setValue(bar().maximum() / 2);
     const auto before = view.reading();
     ASSERT_TRUE(before);
     lines.insert(lines.begin() + 2, line(900, "Them", "A late line of some length that came from the other side."));
     lines[5].text += " and it grew by so many words that it needs another line or two to stand on the page at all";
-    view.setLines(lines);
+    shown.setLines(lines);
     const auto after = view.reading();
     ASSERT_TRUE(after);
     EXPECT_EQ(after->line, before->line);
@@ -95,7 +113,7 @@ TEST_F(TranscriptViewTest, what_is_read_stays_when_lines_come_or_change_above) {
 }
 
 TEST_F(TranscriptViewTest, what_is_read_stays_when_the_width_or_the_type_changes) {
-    view.setLines(talk(80));
+    shown.setLines(talk(80));
     bar().setValue(bar().maximum() / 3);
     const auto before = view.reading();
     view.resize(420, 300);
@@ -111,11 +129,9 @@ TEST_F(TranscriptViewTest, what_was_never_seen_is_measured_without_a_jump) {
     lines.reserve(200);
     for (int i = 0; i < 200; ++i)
         lines.push_back(line(SegmentId(i) + 1, i % 2 ? "Me" : "Them", std::string(300, i % 3 ? 'i' : 'W')));
-    view.setLines(lines);
+    shown.setLines(lines);
     constexpr int step = 7;
-    const auto topOnScreen = [&](int group) {
-        return view.transcript().groups()[std::size_t(group)].top - bar().value();
-    };
+    const auto topOnScreen = [&](int group) { return view.page().boxes()[std::size_t(group)].top - bar().value(); };
     for (int i = 0; i < 2000 && bar().value() > step; ++i) {
         const int last = int(view.reading()->line); // the group below the one at the top
         const double before = topOnScreen(last);
@@ -127,7 +143,7 @@ TEST_F(TranscriptViewTest, what_was_never_seen_is_measured_without_a_jump) {
 }
 
 TEST_F(TranscriptViewTest, text_is_selected_across_lines_and_copied) {
-    view.setLines({line(1, "Me", "First words"), line(2, "Me", "second words"), line(3, "Them", "third words")});
+    shown.setLines({line(1, "Me", "First words"), line(2, "Me", "second words"), line(3, "Them", "third words")});
     view.selectAll();
     press(view, Qt::Key_C, Qt::ControlModifier);
     const QString all = QApplication::clipboard()->text();
@@ -145,33 +161,134 @@ TEST_F(TranscriptViewTest, text_is_selected_across_lines_and_copied) {
 
 TEST_F(TranscriptViewTest, a_changed_line_drops_a_selection_in_it_but_not_one_before) {
     auto lines = talk(6);
-    view.setLines(lines);
+    shown.setLines(lines);
     view.selectAll();
     lines.push_back(line(70, "Me", "later"));
-    view.setLines(lines);
+    shown.setLines(lines);
     EXPECT_FALSE(view.selectedText().isEmpty());
     lines[3].text = "short";
-    view.setLines(lines);
+    shown.setLines(lines);
     EXPECT_TRUE(view.selectedText().isEmpty());
+}
+
+TEST_F(TranscriptViewTest, a_click_chooses_a_word_and_a_drag_or_the_end_of_a_selection_does_not) {
+    shown.setLines({line(1, "Me", "Well, don't ask Halden Foods."), line(2, "Them", "x")});
+    QStringList chosen;
+    QObject::connect(&view, &TranscriptView::phraseChosen, [&](const QString& phrase) { chosen += phrase; });
+    click(middleOf(0, QStringLiteral("Halden")));
+    click(middleOf(0, QStringLiteral("don't")));
+    EXPECT_EQ(chosen, (QStringList{QStringLiteral("Halden"), QStringLiteral("don't")}));
+    EXPECT_FALSE(view.linkedPlace().isEmpty());
+    click(middleOf(0, QStringLiteral(",")));
+    click(QPoint(630, middleOf(0, QStringLiteral("ask")).y())); // behind the end of the line
+    click(QPoint(100, 20));                                     // in the caption
+    EXPECT_EQ(chosen.size(), 2);
+
+    const QPoint from = middleOf(0, QStringLiteral("Halden"));
+    const QPoint to = middleOf(0, QStringLiteral("oods"));
+    mouse(QEvent::MouseButtonPress, from - QPoint(24, 0));
+    mouse(QEvent::MouseMove, to + QPoint(14, 0));
+    mouse(QEvent::MouseButtonRelease, to + QPoint(14, 0));
+    EXPECT_EQ(chosen.size(), 2) << "a drag selects";
+    EXPECT_TRUE(view.selectedText().contains(QStringLiteral("Halden Food")));
+    click(middleOf(0, QStringLiteral("Halden")));
+    EXPECT_EQ(chosen.size(), 3);
+    EXPECT_EQ(chosen.last(), QStringLiteral("Halden Foods")) << "without the mark at its end";
+    click(middleOf(0, QStringLiteral("Well")));
+    EXPECT_EQ(chosen.size(), 3) << "a click elsewhere only ends the selection";
+    EXPECT_TRUE(view.selectedText().isEmpty());
+}
+
+TEST_F(TranscriptViewTest, arrow_keys_lead_from_word_to_word_and_enter_chooses) {
+    shown.setLines({line(1, "Me", "One, two."), line(2, "Me", "… — three"), line(3, "Them", "Four five six")});
+    QStringList chosen;
+    QObject::connect(&view, &TranscriptView::phraseChosen, [&](const QString& phrase) { chosen += phrase; });
+    const auto after = [&](int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        press(view, key, modifiers);
+        return wordOf(view.word());
+    };
+    press(view, Qt::Key_Return);
+    EXPECT_TRUE(chosen.isEmpty()) << "no word yet";
+    EXPECT_EQ(after(Qt::Key_Right), QStringLiteral("One"));
+    EXPECT_EQ(after(Qt::Key_Right), QStringLiteral("two"));
+    EXPECT_EQ(after(Qt::Key_Right, Qt::ControlModifier), QStringLiteral("three"));
+    EXPECT_EQ(after(Qt::Key_Down), QStringLiteral("Four")) << "across a caption";
+    EXPECT_EQ(after(Qt::Key_Up), QStringLiteral("three"));
+    EXPECT_EQ(after(Qt::Key_Up), QStringLiteral("two")) << "the word above it";
+    EXPECT_EQ(after(Qt::Key_Up), QStringLiteral("two")) << "the first row";
+    EXPECT_EQ(after(Qt::Key_Left), QStringLiteral("One"));
+    EXPECT_EQ(after(Qt::Key_Left), QStringLiteral("One")) << "the first word";
+    press(view, Qt::Key_Return);
+    press(view, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(view.selectedText(), QStringLiteral("One, two"));
+    press(view, Qt::Key_Enter);
+    EXPECT_EQ(chosen, (QStringList{QStringLiteral("One"), QStringLiteral("One, two")}));
+    press(view, Qt::Key_Escape);
+    EXPECT_TRUE(view.selectedText().isEmpty());
+    EXPECT_FALSE(view.word());
+}
+
+TEST_F(TranscriptViewTest, a_word_keeps_its_mark_while_lines_come_before_it_and_loses_it_with_its_line) {
+    auto lines = talk(4);
+    shown.setLines(lines);
+    view.moveTo(wordFrom(shown, {.line = 2}));
+    lines.insert(lines.begin(), line(90, "Anke", "A line that came late."));
+    shown.setLines(lines);
+    ASSERT_TRUE(view.word());
+    EXPECT_EQ(view.word()->from.line, 3);
+    lines[3].text = "Something else";
+    shown.setLines(lines);
+    EXPECT_FALSE(view.word());
+}
+
+TEST_F(TranscriptViewTest, the_type_grows_around_what_is_read) {
+    shown.setLines(talk(80));
+    bar().setValue(bar().maximum() / 2);
+    const auto before = view.reading();
+    const int usual = view.page().lineHeight();
+    for (const double factor : {2.0, 0.8, 1.25}) {
+        view.setZoom(factor);
+        EXPECT_EQ(view.page().lineHeight(), qRound(usual * factor));
+        EXPECT_EQ(view.reading()->line, before->line);
+    }
+}
+
+TEST_F(TranscriptViewTest, new_lines_slide_only_at_the_end_and_only_where_things_move) {
+    auto lines = talk(40);
+    shown.setLines(lines);
+    settle();
+    const auto differsWhileNew = [&](SegmentId id) {
+        lines.push_back(line(id, "Me", "This line is new."));
+        shown.setLines(lines);
+        const QImage first = view.viewport()->grab().toImage();
+        std::this_thread::sleep_for(std::chrono::milliseconds(180));
+        settle();
+        return first != view.viewport()->grab().toImage();
+    };
+    EXPECT_FALSE(differsWhileNew(900));
+    theme.setMotion(true);
+    EXPECT_TRUE(differsWhileNew(901));
+    bar().setValue(bar().maximum() / 2);
+    EXPECT_FALSE(differsWhileNew(902));
 }
 
 TEST_F(TranscriptViewTest, ten_thousand_lines_cost_a_screenful) {
     auto lines = talk(10'000);
-    view.setLines(lines);
+    shown.setLines(lines);
     QElapsedTimer timer;
     timer.start();
     constexpr int appended = 50;
     for (int i = 0; i < appended; ++i) {
         lines.push_back(line(20'000 + SegmentId(i), "Me", "Another line that came just now."));
-        view.setLines(lines);
+        shown.setLines(lines);
         view.viewport()->repaint();
     }
     EXPECT_LT(double(timer.elapsed()) / appended, 16) << "milliseconds a line: a frame is lost";
     for (const int place : {0, bar().maximum() / 2, bar().maximum()}) {
         bar().setValue(place);
         int measured = 0;
-        for (const auto& group : view.transcript().groups())
-            measured += group.measured;
+        for (const auto& box : view.page().boxes())
+            measured += box.measured;
         EXPECT_LT(measured, 500);
     }
 }
