@@ -39,7 +39,7 @@ std::size_t editDistance(std::u32string_view a, std::u32string_view b) {
 
 /// True for words that one sound may be heard as: they begin or end alike, and at most half of the letters differ.
 bool soundAlike(std::u32string_view a, std::u32string_view b) {
-    const auto [shorter, longer] = std::minmax(a.size(), b.size());
+    const std::size_t shorter = std::min(a.size(), b.size()), longer = std::max(a.size(), b.size());
     if (shorter < fewestLetters || longer > mostLetters || longer > 2 * shorter) return false;
     if (a.front() != b.front() && a.back() != b.back()) return false;
     return 2 * editDistance(a, b) <= longer;

@@ -19,7 +19,7 @@ constexpr std::size_t wordsCompared = 80;
 constexpr double echoInOrder = 0.55;
 constexpr std::size_t shortFrom = 3, shortTo = 8, fewestMatches = 2;
 constexpr double nothingLeft = 0.85, worthCutting = 0.5;
-constexpr std::size_t mostReferenceWords = 2000, wordsAlignedAtOnce = 500;
+constexpr std::size_t mostReferenceWords = 2000, wordsAlignedAtOnce = 100;
 
 using Forms = std::vector<std::string>;
 
