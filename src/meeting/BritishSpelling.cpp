@@ -118,4 +118,12 @@ std::string britishSpelling(std::string_view text) {
         text, [](const RegexMatch& word) { return inCaseOf(word.text(), britishWord(word.text())); });
 }
 
+std::string applySpellingPreference(std::string_view text, TranscriptionSpeechLanguage language,
+                                    EnglishSpellingPreference spelling) {
+    using enum TranscriptionSpeechLanguage;
+    const bool mayBeEnglish = language == automatic || language == english;
+    if (!mayBeEnglish || spelling != EnglishSpellingPreference::british) return std::string(text);
+    return britishSpelling(text);
+}
+
 } // namespace tavrin

@@ -36,5 +36,16 @@ TEST(BritishSpelling, a_second_time_changes_nothing) {
     EXPECT_EQ(britishSpelling(once), once);
 }
 
+TEST(BritishSpelling, only_where_it_is_wanted_and_english_may_be_spoken) {
+    using Language = TranscriptionSpeechLanguage;
+    for (const Language language : allTranscriptionSpeechLanguages()) {
+        const bool mayBeEnglish = language == Language::automatic || language == Language::english;
+        EXPECT_EQ(applySpellingPreference("Color", language, EnglishSpellingPreference::british),
+                  mayBeEnglish ? "Colour" : "Color")
+            << label(language);
+        EXPECT_EQ(applySpellingPreference("Color", language, EnglishSpellingPreference::american), "Color");
+    }
+}
+
 } // namespace
 } // namespace tavrin

@@ -63,13 +63,8 @@ std::string transcribeRequest(SpeechPipeline& pipeline, const Request& request, 
     });
 }
 
-bool isBritish(const Request& request) {
-    const bool mayBeEnglish = request.language == Language::automatic || request.language == Language::english;
-    return mayBeEnglish && request.spelling == EnglishSpellingPreference::british;
-}
-
-std::string spelled(std::string text, const Request& request) {
-    return isBritish(request) ? britishSpelling(text) : text;
+std::string spelled(std::string_view text, const Request& request) {
+    return applySpellingPreference(text, request.language, request.spelling);
 }
 
 /// One window with its words.
@@ -85,7 +80,7 @@ ChunkText transcribeChunk(SpeechPipeline& pipeline, const Request& request, cons
             for (const WordTiming& word : segment.words.value_or(std::vector<WordTiming>()))
                 said.words.push_back({.text = spelled(word.word, request), .start = word.start, .end = word.end});
         }
-    said.text = spelled(std::string(trimmed(said.text)), request);
+    said.text = spelled(trimmed(said.text), request);
     return said;
 }
 
