@@ -41,7 +41,7 @@ TEST(VocabularyCorrector, puts_the_wanted_form_where_the_mishearing_stands_as_wo
         Case{"one", {rule({"one"}, "two two"), rule({"three"}, "x"), rule({"four"}, "y")}, "two two"},
         Case{"ab ab", {rule({"ab"}, "first"), rule({"AB"}, "second")}, "first first"}, // equal length: in order
         Case{"a.b axb a.bc", {rule({"a.b"}, "dot")}, "dot axb a.bc"},                  // no pattern
-        Case{"C++ C++x", {rule({"C++"}, "see")}, "C++ seex"},                        // ends in no word character
+        Case{"C++ C++x", {rule({"C++"}, "see")}, "C++ seex"},                          // ends in no word character
         Case{"straße STRASSE Strasses", {rule({"Straße"}, "Weg")}, "Weg Weg Strasses"},
         Case{"Zoe Zoë zoe\u0308", {rule({"Zoë"}, "Zoey")}, "Zoe Zoey zoe\u0308"},
         Case{"Jon\u2019s jon-boat", {rule({"jon"}, "Jo")}, "Jo\u2019s Jo-boat"},

@@ -4,7 +4,7 @@
 #include <memory>
 #include <thread>
 
-struct _GCancellable;
+struct _GCancellable; // NOLINT(bugprone-reserved-identifier): the library's own name
 
 namespace tavrin {
 

@@ -217,7 +217,7 @@ void DesktopNotifications::Service::show(UserNotification notification, const st
     const guint32 replaced = former == shown.end() || former->owner != can->owner ? 0 : former->number;
     const auto reply =
         call("Notify",
-             g_variant_new("(sus@s@s@as@a{sv}i)", programName, replaced, applicationIdentifier.data(),
+             g_variant_new("(su@s@s@s@as@a{sv}i)", programName, replaced, variantOf(std::string(applicationIdentifier)),
                            variantOf(notification.title),
                            variantOf(can->has("body-markup") ? escapedMarkup(notification.body) : notification.body),
                            buttonsOf(can->has("actions") ? &actions : nullptr), hints(), -1),
