@@ -37,7 +37,7 @@ std::string withoutRepeats(std::string_view text) {
 } // namespace
 
 std::string cleanDictation(std::string_view text, bool cleanUpSpeech) {
-    const std::string speech = stripNoiseMarkers(trimmed(text));
+    std::string speech = stripNoiseMarkers(trimmed(text));
     if (speech.empty()) return speech;
     const std::string said = withoutRepeats(speech);
     if (!cleanUpSpeech) return std::string(trimmed(said));
@@ -46,7 +46,7 @@ std::string cleanDictation(std::string_view text, bool cleanUpSpeech) {
 }
 
 std::string cleanMeetingSegment(std::string_view text) {
-    const std::string speech = stripNoiseMarkers(trimmed(text));
+    std::string speech = stripNoiseMarkers(trimmed(text));
     if (speech.empty()) return speech;
     const std::string said = dropAdjacentDuplicateWords(collapseAdjacentPhrases(collapseRestarts(speech)));
     const std::string_view line = trimmed(said);

@@ -64,6 +64,7 @@ class WordScores {
 public:
     WordScores(const Numbered& heard, const Numbered& said) : width(said.distinct.size()) {
         std::vector<std::u32string> others;
+        others.reserve(width);
         for (const std::string_view word : said.distinct)
             others.push_back(codePoints(word));
         for (const std::string_view word : heard.distinct) {

@@ -147,7 +147,7 @@ bool isLikelyEcho(std::string_view candidate, std::string_view reference) {
 }
 
 std::optional<std::string> stripEchoedWords(std::string_view candidate, std::string_view reference) {
-    const std::string text = repairedUtf8(candidate);
+    std::string text = repairedUtf8(candidate);
     const Forms heard = formsOf(text), said = referenceForms(reference);
     if (holdsWhole(said, heard)) return std::nullopt;
     if (heard.empty() || isOwn(heard, said)) return text;
