@@ -34,18 +34,6 @@ TEST_F(TaskTest, parents_go_on_in_jobs_of_their_own_in_a_fixed_order) {
     EXPECT_THAT(log, ElementsAre("a begins", "b begins", "job", "a goes on", "b goes on"));
 }
 
-TEST_F(TaskTest, sleeping_ends_at_its_moment_and_not_before) {
-    tasks->spawn(noteAfter(100ms, "slept"));
-    time.advance(100ms - 1ns);
-    EXPECT_THAT(log, IsEmpty());
-    time.advance(1ns);
-    EXPECT_THAT(log, ElementsAre("slept", "slept gone"));
-
-    tasks->spawn(noteAfter(Duration::max(), "never"));
-    time.advance(24h);
-    EXPECT_EQ(log.size(), 2);
-}
-
 TEST_F(TaskTest, an_exception_passes_through_awaits_and_destroys_what_it_leaves) {
     const auto middle = [this]() -> Task<std::unique_ptr<int>> {
         const Local local(log, "middle");
@@ -58,11 +46,9 @@ TEST_F(TaskTest, an_exception_passes_through_awaits_and_destroys_what_it_leaves)
         } catch (const std::runtime_error& error) {
             log.emplace_back(error.what());
         }
-        const auto moved = co_await [] -> Task<std::unique_ptr<int>> { co_return std::make_unique<int>(4); }();
-        log.push_back(std::to_string(*moved));
     });
     time.advance(1s);
-    EXPECT_THAT(log, ElementsAre("middle gone", "deep", "4"));
+    EXPECT_THAT(log, ElementsAre("middle gone", "deep"));
     EXPECT_THAT(errors, IsEmpty());
 }
 

@@ -2,12 +2,12 @@
 #include "support/files/DiskFolder.h"
 #include "support/files/FileError.h"
 #include "support/files/MemoryFolder.h"
+#include "support/files/TemporaryFolderTestSupport.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <functional>
 
 namespace tavrin {
@@ -18,20 +18,9 @@ using testing::IsEmpty;
 using std::string_view_literals::operator""sv;
 namespace fs = std::filesystem;
 
-fs::path newFolder() {
-    std::string name = (fs::temp_directory_path() / "tavrin-folder-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    return name;
-}
-
 struct OnDisk {
-    OnDisk() = default;
-    ~OnDisk() { fs::remove_all(path); }
-    OnDisk(const OnDisk&) = delete;
-    OnDisk& operator=(const OnDisk&) = delete;
-
-    fs::path path = newFolder();
-    DiskFolder folder{path / "new" / "root"};
+    TemporaryFolder disk;
+    DiskFolder folder{disk.path() / "new" / "root"};
 };
 
 struct InMemory {
@@ -65,13 +54,13 @@ TYPED_TEST(FolderContract, reads_back_what_was_written) {
     const std::string bytes("\0\xff line\n", 8);
     folder.makeFolders("a/b");
     folder.writeAtomically("a/b/f", bytes);
-    EXPECT_EQ(folder.read("a/b/f", 8), bytes);
-    EXPECT_EQ(folder.read("a/b/f", Folder::noLimit), bytes);
+    for (const std::uint64_t limit : {std::uint64_t{8}, Folder::noLimit})
+        EXPECT_EQ(folder.read("a/b/f", limit), bytes);
     EXPECT_EQ(errorOf([&] { folder.read("a/b/f", 7); }), EFBIG);
     EXPECT_EQ(folder.readRange("a/b/f", 2, 5), " line");
     EXPECT_EQ(folder.readRange("a/b/f", 7, 100), "\n");
-    EXPECT_EQ(folder.readRange("a/b/f", 8, 1), "");
-    EXPECT_EQ(folder.readRange("a/b/f", 1000, 1), "");
+    for (const std::uint64_t behind : {8, 1000})
+        EXPECT_EQ(folder.readRange("a/b/f", behind, 1), "");
 
     const FileInfo file = folder.info("a/b/f").value_or(FileInfo{.isFolder = true});
     EXPECT_FALSE(file.isFolder);
@@ -79,8 +68,8 @@ TYPED_TEST(FolderContract, reads_back_what_was_written) {
     EXPECT_LT(std::chrono::abs(std::chrono::system_clock::now() - file.modified), std::chrono::minutes(1));
     for (const char* name : {"a/b", ""})
         EXPECT_TRUE(folder.info(name).value_or(FileInfo{}).isFolder) << name;
-    EXPECT_FALSE(folder.info("a/x"));
-    EXPECT_FALSE(folder.info("a/b/f/x"));
+    for (const char* name : {"a/x", "a/b/f/x"})
+        EXPECT_FALSE(folder.info(name)) << name;
     EXPECT_GT(folder.freeBytes(), 1000u);
 }
 
@@ -161,12 +150,11 @@ TYPED_TEST(FolderContract, moves_files_and_folders_over_what_may_be_replaced) {
     folder.makeFolders("full/x");
     folder.writeAtomically("from/deep/f", "1");
     folder.writeAtomically("file", "2");
-    EXPECT_EQ(errorOf([&] { folder.rename("from", "full"); }), ENOTEMPTY);
-    EXPECT_EQ(errorOf([&] { folder.rename("from", "file"); }), ENOTDIR);
-    EXPECT_EQ(errorOf([&] { folder.rename("file", "empty"); }), EISDIR);
-    EXPECT_EQ(errorOf([&] { folder.rename("from", "from/deep/in"); }), EINVAL);
-    EXPECT_EQ(errorOf([&] { folder.rename("none", "x"); }), ENOENT);
-    EXPECT_EQ(errorOf([&] { folder.rename("file", "none/x"); }), ENOENT);
+    using Refusal = std::tuple<const char*, const char*, int>;
+    for (const auto& [from, to, error] :
+         {Refusal{"from", "full", ENOTEMPTY}, Refusal{"from", "file", ENOTDIR}, Refusal{"file", "empty", EISDIR},
+          Refusal{"from", "from/deep/in", EINVAL}, Refusal{"none", "x", ENOENT}, Refusal{"file", "none/x", ENOENT}})
+        EXPECT_EQ(errorOf([&] { folder.rename(from, to); }), error) << from << " to " << to;
     folder.rename("file", "file");
     folder.rename("from", "empty");
     folder.rename("empty/deep/f", "file");
@@ -178,16 +166,16 @@ TYPED_TEST(FolderContract, moves_files_and_folders_over_what_may_be_replaced) {
 TYPED_TEST(FolderContract, errors_have_the_systems_reason_and_the_full_path) {
     Folder& folder = this->folder;
     folder.writeAtomically("file", "x");
-    EXPECT_EQ(errorOf([&] { folder.read("none", 1); }), ENOENT);
-    EXPECT_EQ(errorOf([&] { folder.read("file/below", 1); }), ENOTDIR);
+    for (const auto& [name, error] : {std::pair{"none/f", ENOENT}, std::pair{"file/f", ENOTDIR}}) {
+        EXPECT_EQ(errorOf([&] { folder.read(name, 1); }), error);
+        EXPECT_EQ(errorOf([&] { folder.list(name); }), error);
+        EXPECT_EQ(errorOf([&] { folder.openForAppend(name); }), error);
+        EXPECT_EQ(errorOf([&] { folder.writeAtomically(name, "x"); }), error);
+    }
     EXPECT_EQ(errorOf([&] { folder.read("", 1); }), EISDIR);
-    EXPECT_EQ(errorOf([&] { folder.list("none"); }), ENOENT);
-    EXPECT_EQ(errorOf([&] { folder.list("file"); }), ENOTDIR);
-    EXPECT_EQ(errorOf([&] { folder.openForAppend("none/f"); }), ENOENT);
     EXPECT_EQ(errorOf([&] { folder.openForAppend(""); }), EISDIR);
-    EXPECT_EQ(errorOf([&] { folder.writeAtomically("none/f", "x"); }), ENOENT);
-    EXPECT_EQ(errorOf([&] { folder.makeFolders("file/x"); }), ENOTDIR);
-    EXPECT_EQ(errorOf([&] { folder.makeFolders("file"); }), ENOTDIR);
+    for (const char* name : {"file", "file/x"})
+        EXPECT_EQ(errorOf([&] { folder.makeFolders(name); }), ENOTDIR);
     try {
         folder.read("none", 1);
     } catch (const FileError& error) {
@@ -208,39 +196,35 @@ TYPED_TEST(FolderContract, names_cannot_leave_the_root) {
 }
 
 TEST(DiskFolder, files_and_folders_are_the_users_alone) {
-    const OnDisk disk;
-    DiskFolder folder(disk.path / "x" / "y");
+    const TemporaryFolder disk;
+    DiskFolder folder(disk.path() / "x" / "y");
     const mode_t before = umask(0);
     folder.makeFolders("z");
     folder.writeAtomically("z/atomic", "");
     folder.openForAppend("z/log");
     umask(before);
     for (const char* name : {"x", "x/y", "x/y/z", "x/y/z/atomic", "x/y/z/log"}) {
-        const auto wanted = fs::is_directory(disk.path / name) ? fs::perms::owner_all
-                                                               : (fs::perms::owner_read | fs::perms::owner_write);
-        EXPECT_EQ(fs::status(disk.path / name).permissions(), wanted) << name;
+        const auto wanted = fs::is_directory(disk.path() / name) ? fs::perms::owner_all
+                                                                 : (fs::perms::owner_read | fs::perms::owner_write);
+        EXPECT_EQ(fs::status(disk.path() / name).permissions(), wanted) << name;
     }
 }
 
-TEST(DiskFolder, a_root_not_made_yet_has_free_space_and_no_files) {
-    const OnDisk disk;
-    EXPECT_GT(disk.folder.freeBytes(), 0u);
-    EXPECT_FALSE(disk.folder.info("f"));
-    EXPECT_THROW(DiskFolder("relative"), std::invalid_argument);
-}
-
 TEST(DiskFolder, removing_a_tree_does_not_follow_links_and_pipes_do_not_block) {
-    OnDisk disk;
-    disk.folder.makeFolders("t");
-    fs::create_directory(disk.path / "outside");
-    fs::create_directory_symlink(disk.path / "outside", disk.path / "new/root/t/link");
-    DiskFolder(disk.path).writeAtomically("outside/kept", "");
-    ASSERT_EQ(mkfifo((disk.path / "new/root/pipe").c_str(), 0600), 0);
-    EXPECT_EQ(errorOf([&] { disk.folder.read("pipe", 10); }), EINVAL);
-    EXPECT_NE(errorOf([&] { disk.folder.openForAppend("pipe"); }), 0);
-    disk.folder.removeTree("t");
-    EXPECT_TRUE(fs::exists(disk.path / "outside/kept"));
-    EXPECT_FALSE(disk.folder.info("t"));
+    const TemporaryFolder disk;
+    DiskFolder folder(disk.path() / "root");
+    EXPECT_THROW(DiskFolder("relative"), std::invalid_argument);
+    EXPECT_GT(folder.freeBytes(), 0u); // before there is a root
+    folder.makeFolders("t");
+    fs::create_directory(disk.path() / "outside");
+    fs::create_directory_symlink(disk.path() / "outside", disk.path() / "root/t/link");
+    DiskFolder(disk.path()).writeAtomically("outside/kept", "");
+    ASSERT_EQ(mkfifo((disk.path() / "root/pipe").c_str(), 0600), 0);
+    EXPECT_EQ(errorOf([&] { folder.read("pipe", 10); }), EINVAL);
+    EXPECT_NE(errorOf([&] { folder.openForAppend("pipe"); }), 0);
+    folder.removeTree("t");
+    EXPECT_TRUE(fs::exists(disk.path() / "outside/kept"));
+    EXPECT_FALSE(folder.info("t"));
 }
 
 } // namespace

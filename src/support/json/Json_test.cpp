@@ -11,22 +11,10 @@ namespace tavrin {
 namespace {
 
 TEST(Json, hostile_texts_are_refused_with_their_source_and_never_quoted) {
-    const std::vector<std::string> bad = {
-        "",
-        "{",
-        "[1,]",
-        "{\"secret\":1} x",
-        "nan",
-        "1e999",
-        "\"\xff\"",
-        "\"\\ud800\"",
-        "{'secret':1}",
-        "\"a\nb\"",
-        std::string(65, '[') + std::string(65, ']'),
-        std::string(1'000'000, '['),
-        std::string(1'000'000, '{'),
-    };
-    for (const std::string& text : bad) {
+    const std::string deep(65, '['), endless(1'000'000, '[');
+    for (const std::string& text : std::vector<std::string>{
+             "", "[1,]", "{\"secret\":1} x", "nan", "1e999", "\"secret\xff\"", "\"\\ud800\"", "{'secret':1}",
+             "\"secret\nb\"", deep + std::string(65, ']'), endless, std::string(1'000'000, '{')}) {
         try {
             parseJson(text, "server");
             ADD_FAILURE() << text.substr(0, 40);
@@ -58,12 +46,12 @@ TEST(Json, getters_give_nothing_for_the_wrong_type) {
     EXPECT_EQ(integerAt(object, "top"), std::numeric_limits<std::int64_t>::max());
     for (const char* key : {"n", "big", "over", "float", "s", "b", "null", "a", "missing"})
         EXPECT_EQ(integerAt(object, key), std::nullopt) << key;
-    for (const char* key : {"s", "null", "missing", "o"}) {
+    for (const char* key : {"null", "missing", "o"}) {
         EXPECT_EQ(boolAt(object, key), std::nullopt) << key;
         EXPECT_EQ(numberAt(object, key), std::nullopt) << key;
+        EXPECT_EQ(stringAt(object, key), std::nullopt) << key;
         EXPECT_EQ(arrayAt(object, key), nullptr) << key;
     }
-    EXPECT_EQ(stringAt(object, "i"), std::nullopt);
     EXPECT_EQ(objectAt(object, "a"), nullptr);
     EXPECT_EQ(integerAt(*objectAt(object, "o"), "k"), 1);
     EXPECT_EQ(arrayAt(object, "a")->size(), 1u);

@@ -79,16 +79,16 @@ TEST_F(PublishedTest, unsubscribing_inside_an_observer_ends_itself_and_those_tha
 }
 
 TEST_F(PublishedTest, an_observer_that_joins_inside_another_is_told_from_the_next_change_on) {
-    Subscription late;
+    Subscription late = value->observe([](const int&) { FAIL(); }); // ends as it is assigned another
+    late = {};
     const Subscription first = value->observe([&](const int& v) {
-        if (v == 2) late = value->observe(note(told));
+        if (v < 4) late = value->observe(note(told));
     });
-    value->set(2);
-    time.runUntilIdle();
-    EXPECT_THAT(told, IsEmpty());
-    value->set(3);
-    time.runUntilIdle();
-    EXPECT_THAT(told, ElementsAre(3));
+    for (const int next : {2, 3, 4}) {
+        value->set(next);
+        time.runUntilIdle();
+    }
+    EXPECT_THAT(told, ElementsAre(4));
 }
 
 TEST_F(PublishedTest, a_subscription_may_outlive_the_value_which_may_die_inside_an_observer) {
@@ -97,24 +97,13 @@ TEST_F(PublishedTest, a_subscription_may_outlive_the_value_which_may_die_inside_
     value->set(2);
     time.runUntilIdle();
     EXPECT_EQ(value, nullptr);
-    EXPECT_THAT(told, IsEmpty());
-    after = Subscription();
 
     value = std::make_unique<Published<int>>(time.main(), 1);
     after = value->observe(note(told));
     value->set(2);
     value.reset();
     EXPECT_EQ(time.pendingJobs(), 0);
-}
-
-TEST_F(PublishedTest, assigning_a_subscription_ends_the_one_it_held) {
-    Subscription subscription = value->observe(note(told));
-    std::vector<int> second;
-    subscription = value->observe(note(second));
-    value->set(2);
-    time.runUntilIdle();
     EXPECT_THAT(told, IsEmpty());
-    EXPECT_THAT(second, ElementsAre(2));
 }
 
 } // namespace
