@@ -1,12 +1,13 @@
 #pragma once
 
 #include "meeting/ModelCacheGuard.h"
-#include "meeting/SpeechModelTestSupport.h"
 #include "meeting/WhisperTranscriptionEngine.h"
 #include "platform/fake/FakePreferences.h"
+#include "speech/SpeechModelTestSupport.h"
 #include "speech/SpeechModels.h"
 #include "support/async/TaskTestSupport.h"
 #include "support/files/MemoryFolder.h"
+#include "support/files/TemporaryFolderTestSupport.h"
 #include "support/log/LogCapture.h"
 
 namespace tavrin {
@@ -23,8 +24,9 @@ protected:
     }
     [[nodiscard]] bool hasCache() const { return caches.info(ModelCacheGuard::cacheName).has_value(); }
 
-    WhisperTranscriptionEngine::Dependencies engineOn(Executor& worker) {
-        return {.main = time.main(),
+    WhisperTranscriptionEngine::Dependencies engineOn(Executor& worker) { return engineOn(worker, time.main()); }
+    WhisperTranscriptionEngine::Dependencies engineOn(Executor& worker, Executor& main) {
+        return {.main = main,
                 .worker = worker,
                 .models = models,
                 .cacheGuard = guard,
@@ -33,17 +35,17 @@ protected:
     }
 
     /// How a task ends that needs no time: its text, "done" when it has none, or what it throws.
-    std::string endOf(Task<void> task) {
-        return endOf([](Task<void> work) -> Task<std::string> {
-            co_await std::move(work);
-            co_return "done";
-        }(std::move(task)));
-    }
+    std::string endOf(Task<void> task) { return endOf(endingText(std::move(task))); }
     std::string endOf(Task<std::string> task) {
         std::string end = "pending";
         tasks->spawn(keepEnd(std::move(task), end));
         time.runUntilIdle();
         return end;
+    }
+
+    static Task<std::string> endingText(Task<void> task) {
+        co_await std::move(task);
+        co_return "done";
     }
 
     /// The same without running it yet.

@@ -12,14 +12,8 @@ protected:
 
     /// Asks for the engine; how that ended stands in `end` later.
     TaskHandle ask(std::string& end) {
-        return tasks->spawn([this, &end]() -> Task<void> {
-            try {
-                co_await coordinator.ensureLoaded();
-                end = "loaded";
-            } catch (const std::exception& error) {
-                end = error.what();
-            }
-        });
+        end.clear();
+        return tasks->spawn(keepEnd(endingText(coordinator.ensureLoaded()), end));
     }
 
     Executor& worker = time.addExecutor();
@@ -40,14 +34,11 @@ TEST_F(LoadCoordinatorTest, callers_at_once_share_a_load_and_its_failure_which_t
     EXPECT_EQ(first, "no memory");
     EXPECT_EQ(second, "no memory");
     EXPECT_EQ(loads(), 1);
-    ask(first);
-    ask(second);
+    for (std::string* end : {&first, &second, &third})
+        ask(*end);
     time.runUntilIdle();
-    EXPECT_EQ(first, "loaded");
-    EXPECT_EQ(second, "loaded");
-    ask(third);
-    time.runUntilIdle();
-    EXPECT_EQ(third, "loaded");
+    EXPECT_EQ(first + second + third, "donedonedone");
+    EXPECT_EQ(endOf(coordinator.ensureLoaded()), "done");
     EXPECT_EQ(loads(), 2);
 }
 
@@ -60,21 +51,16 @@ TEST_F(LoadCoordinatorTest, a_cancelled_caller_leaves_the_load_to_the_others) {
     caller.cancel();
     time.advance(1s);
     EXPECT_EQ(first, "");
-    EXPECT_EQ(second, "loaded");
+    EXPECT_EQ(second, "done");
     EXPECT_EQ(loads(), 1);
 }
 
 TEST_F(LoadCoordinatorTest, an_engine_that_lost_its_models_is_loaded_again) {
-    std::string end;
-    ask(end);
-    time.runUntilIdle();
+    ASSERT_EQ(endOf(coordinator.ensureLoaded()), "done");
     runtime.failNextRuns("TextDecoder.onnx", {"e5rt"});
     runtime.failNextLoads("TextDecoder.onnx", {"no memory"});
     ASSERT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "no memory");
-    end.clear();
-    ask(end);
-    time.runUntilIdle();
-    EXPECT_EQ(end, "loaded");
+    EXPECT_EQ(endOf(coordinator.ensureLoaded()), "done");
     EXPECT_TRUE(engine.isLoaded());
 }
 

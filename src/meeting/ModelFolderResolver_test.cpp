@@ -1,9 +1,10 @@
 #include "meeting/ModelFolderResolver.h"
-#include "meeting/SpeechModelTestSupport.h"
 #include "meeting/WhisperModelService.h"
 #include "platform/fake/FakePreferences.h"
 #include "speech/ModelFolders.h"
+#include "speech/SpeechModelTestSupport.h"
 #include "support/async/TaskTestSupport.h"
+#include "support/files/TemporaryFolderTestSupport.h"
 
 namespace tavrin {
 namespace {
@@ -55,30 +56,30 @@ TEST_F(ModelFolderResolverTest, the_service_is_ready_when_all_that_is_offered_is
     std::optional<Path> speakers;
     auto both = resolver({.smallVariant = "small.en", .largeVariant = "large"}, [&](const Path&) { return speakers; });
     WhisperModelService service(time.main(), both);
-    const auto name = [](const WhisperModelService::State& state) {
-        if (std::holds_alternative<WhisperModelService::Checking>(state)) return "checking";
-        return std::holds_alternative<WhisperModelService::Ready>(state) ? "ready" : "needs download";
-    };
-    const auto told = service.state.observe([&](const auto& state) { log.emplace_back(name(state)); });
-    const auto refreshed = [&] {
-        tasks->spawn(service.refresh());
+    const auto told = service.state.observe([&](const WhisperModelService::State& state) {
+        if (std::holds_alternative<WhisperModelService::Checking>(state))
+            log.emplace_back("checking");
+        else
+            log.emplace_back(std::holds_alternative<WhisperModelService::Ready>(state) ? "ready" : "needs download");
+    });
+    const auto finish = [&](Task<void> task) {
+        tasks->spawn(std::move(task));
         time.runUntilIdle();
-        return name(*service.state);
     };
-    EXPECT_STREQ(refreshed(), "needs download");
+    finish(service.refresh());
     const Path small = install("data/WhisperModels/openai_whisper-small.en");
     speakers = disk.path() / "speakers";
-    EXPECT_STREQ(refreshed(), "needs download");
+    finish(service.refresh());
     EXPECT_EQ(preferences.string(smallModelFolderKey), small.string());
     EXPECT_EQ(preferences.string(speakerModelFolderKey), speakers->string());
     EXPECT_EQ(preferences.string(largeModelFolderKey), std::nullopt);
     const Path large = install("data/OnDeviceModels/openai_whisper-large");
-    tasks->spawn(service.useInstalledModels());
-    time.runUntilIdle();
+    finish(service.useInstalledModels());
     EXPECT_EQ(preferences.string(largeModelFolderKey), large.string());
     EXPECT_THAT(log, ElementsAre("needs download", "checking", "needs download", "checking", "ready"));
     speakers.reset();
-    EXPECT_STREQ(refreshed(), "needs download");
+    finish(service.refresh());
+    EXPECT_EQ(log.back(), "needs download");
 }
 
 TEST_F(ModelFolderResolverTest, what_is_not_offered_is_neither_needed_nor_found) {

@@ -84,13 +84,10 @@ TEST_F(PersistenceTest, samples_are_counted_at_once_and_read_by_range_from_disk_
     append("eeff");
     const std::vector<std::tuple<std::int64_t, std::optional<std::int64_t>, std::string>> table{
         {0, std::nullopt, "aabbccddeeff"},
-        {1, 3, "bbcc"},
         {-5, 2, "aabb"},
         {3, 5, "ddee"},
         {5, std::nullopt, "ff"},
         {6, 9, ""},
-        {99, std::nullopt, ""},
-        {3, 3, ""},
         {4, 1, ""},
         {-9, -1, ""},
         {4, 1LL << 62, "eeff"}};
@@ -98,27 +95,20 @@ TEST_F(PersistenceTest, samples_are_counted_at_once_and_read_by_range_from_disk_
         EXPECT_EQ(readBack(start, end), expected) << start << " " << end.value_or(-1);
 }
 
-TEST_F(PersistenceTest, a_cut_sample_of_an_earlier_run_is_not_counted_and_later_ones_keep_their_place) {
+TEST_F(PersistenceTest, a_cut_sample_is_not_counted_and_a_stretch_begins_at_the_same_sample_on_both_lanes) {
     folder.makeFolders("TavrinAssistant/Recordings");
     folder.writeAtomically("TavrinAssistant/Recordings/" + id + "-me.pcm", "aabbc");
     open();
     EXPECT_EQ(store->micPCM()->sampleCount(), 2U);
     append("ddx");
+    for (const std::uint64_t begin : {5, 3}) {
+        store->micPCM()->beginStretch(begin);
+        store->themPCM()->beginStretch(begin);
+    }
+    append("ee");
     time.runUntilIdle();
-    EXPECT_EQ(onDisk(store->micPCMURL), std::string("aabbc\0dd", 8));
-}
-
-TEST_F(PersistenceTest, a_stretch_begins_at_the_same_sample_on_both_lanes) {
-    open();
-    append("aa");
-    store->themPCM()->beginStretch(3);
-    store->micPCM()->beginStretch(3);
-    store->micPCM()->beginStretch(1);
-    append("bb");
-    time.runUntilIdle();
-    EXPECT_EQ(store->themPCM()->sampleCount(), 3U);
-    EXPECT_EQ(onDisk(store->micPCMURL), std::string("aa\0\0\0\0bb", 8));
-    EXPECT_EQ(onDisk(store->themPCMURL), std::string(6, '\0'));
+    EXPECT_EQ(onDisk(store->micPCMURL), std::string("aabbc\0dd\0\0ee", 12));
+    EXPECT_EQ(onDisk(store->themPCMURL), std::string(10, '\0'));
 }
 
 /// Capture of three seconds with the power cut after each possible step.
@@ -220,10 +210,9 @@ TEST_F(PersistenceTest, flush_says_when_the_disk_does_not_get_there_in_two_secon
     append("bb");
     const SteadyInstant begin = time.now();
     EXPECT_FALSE(resultOf(store->flush()));
-    EXPECT_EQ(time.now() - begin, 2s);
     time.stall(storage, 10s);
     EXPECT_FALSE(resultOf(store->micPCM()->flush()));
-    EXPECT_EQ(time.now() - begin, 4s);
+    EXPECT_EQ(time.now() - begin, 2 * 2s);
 }
 
 TEST_F(PersistenceTest, a_line_after_a_torn_one_stands_alone_and_a_rewrite_keeps_the_lines_that_follow_it) {
@@ -281,9 +270,8 @@ TEST_F(PersistenceTest, a_store_that_goes_saves_what_waits_and_tells_nothing_mor
     append("aa");
     store.reset();
     time.runUntilIdle();
-    const std::string path = "TavrinAssistant/Recordings/" + id + "-me.pcm";
     folder.restart({});
-    EXPECT_EQ(onDisk(path), "aa");
+    EXPECT_EQ(onDisk("TavrinAssistant/Recordings/" + id + "-me.pcm"), "aa");
 
     open();
     folder.limitCapacity(0);
@@ -295,32 +283,23 @@ TEST_F(PersistenceTest, a_store_that_goes_saves_what_waits_and_tells_nothing_mor
     EXPECT_TRUE(quiet.contains("bytes are lost"));
 }
 
-TEST(PcmArchiveThreads, two_captures_a_reader_of_counts_and_the_storage_thread_do_not_disturb_each_other) {
+TEST(PcmArchiveThreads, a_capture_a_reader_of_counts_and_the_storage_thread_do_not_disturb_each_other) {
     MemoryFolder folder;
     ThreadPool pool(2);
     SerialExecutor storage(pool);
-    constexpr int pieces = 500;
+    constexpr std::uint64_t pieces = 500;
     {
-        PcmArchive me(folder, "me.pcm", storage, {});
-        PcmArchive them(folder, "them.pcm", storage, {});
-        const auto capture = [](PcmArchive& lane) {
-            for (int i = 0; i < pieces; ++i)
+        PcmArchive lane(folder, "me.pcm", storage, {});
+        const std::jthread capture([&] {
+            for (std::uint64_t i = 0; i < pieces; ++i)
                 lane.append(std::as_bytes(std::span(std::string_view("some samples"))));
-        };
-        std::thread first(capture, std::ref(me));
-        std::thread second(capture, std::ref(them));
-        std::uint64_t seen = 0;
-        while (seen < std::uint64_t{pieces} * 6) {
-            EXPECT_GE(me.sampleCount(), seen);
-            seen = me.sampleCount();
-        }
-        first.join();
-        second.join();
+        });
+        for (std::uint64_t seen = 0; seen < pieces * 6; seen = lane.sampleCount())
+            EXPECT_GE(lane.sampleCount(), seen);
     }
     storage.runAndWait([] {});
     folder.restart({});
-    EXPECT_EQ(folder.info("me.pcm")->size, std::uint64_t{pieces} * 12);
-    EXPECT_EQ(folder.info("them.pcm")->size, std::uint64_t{pieces} * 12);
+    EXPECT_EQ(folder.info("me.pcm")->size, pieces * 12);
 }
 
 } // namespace

@@ -16,6 +16,7 @@ constexpr auto encoder = "AudioEncoder.onnx";
 
 class WhisperTranscriptionEngineTest : public EngineTest {
 protected:
+    const std::vector<float> speech = ScriptedSpeechModel::speech();
     Executor& worker = time.addExecutor();
     WhisperTranscriptionEngine engine{{.modelVariant = "base"}, engineOn(worker)};
 };
@@ -62,7 +63,7 @@ TEST_F(WhisperTranscriptionEngineTest, without_a_folder_it_is_not_installed_and_
     std::filesystem::remove_all(modelFolder);
     EXPECT_EQ(endOf(engine.ensureLoaded()), "Speech model is not installed.");
     EXPECT_EQ(runtime.loadCount(decoder), 0);
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "Speech model is not loaded.");
+    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "Speech model is not loaded.");
 }
 
 TEST_F(WhisperTranscriptionEngineTest, a_runtime_cache_error_rebuilds_once_then_goes_to_the_processor_then_is_thrown) {
@@ -90,7 +91,7 @@ TEST_F(WhisperTranscriptionEngineTest, a_runtime_cache_error_rebuilds_once_then_
         const int loadsBefore = runtime.loadCount(decoder) - 1;
         model.say({"hello"});
         runtime.failNextRuns(decoder, c.failures);
-        EXPECT_EQ(endOf(used.transcribe(ScriptedSpeechModel::speech(), true)), c.end);
+        EXPECT_EQ(endOf(used.transcribe(speech, true)), c.end);
         EXPECT_EQ(runtime.loadCount(decoder) - loadsBefore, c.loads);
         EXPECT_EQ(used.usingCPUFallback(), c.usingCPUFallback);
         EXPECT_EQ(hasCache(), c.loads == 1);
@@ -100,23 +101,20 @@ TEST_F(WhisperTranscriptionEngineTest, a_runtime_cache_error_rebuilds_once_then_
 TEST_F(WhisperTranscriptionEngineTest, recoveries_are_counted_over_the_launch_and_a_failed_one_leaves_nothing_loaded) {
     ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
     model.say({"one", "two", "three"});
-    runtime.failNextRuns(decoder, {"e5rt"});
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "one");
-    EXPECT_FALSE(engine.usingCPUFallback());
-    runtime.failNextRuns(decoder, {"e5rt"});
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "two");
-    EXPECT_TRUE(engine.usingCPUFallback());
-    runtime.failNextRuns(decoder, {"e5rt"});
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "e5rt");
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "three");
+    for (const auto& [end, usesCPU] : {std::pair{"one", false}, std::pair{"two", true}, std::pair{"e5rt", true}}) {
+        runtime.failNextRuns(decoder, {"e5rt"});
+        EXPECT_EQ(endOf(engine.transcribe(speech, true)), end);
+        EXPECT_EQ(engine.usingCPUFallback(), usesCPU);
+    }
+    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "three");
 
     WhisperTranscriptionEngine other({.modelVariant = "base", .threads = 2}, engineOn(worker));
     ASSERT_EQ(endOf(other.ensureLoaded()), "done");
     runtime.failNextRuns(decoder, {"e5rt"});
     runtime.failNextLoads(decoder, {"a", "b", "gone"});
-    EXPECT_EQ(endOf(other.transcribe(ScriptedSpeechModel::speech(), true)), "gone");
+    EXPECT_EQ(endOf(other.transcribe(speech, true)), "gone");
     EXPECT_FALSE(other.isLoaded());
-    EXPECT_EQ(endOf(other.transcribe(ScriptedSpeechModel::speech(), true)), "Speech model is not loaded.");
+    EXPECT_EQ(endOf(other.transcribe(speech, true)), "Speech model is not loaded.");
     EXPECT_EQ(endOf(other.ensureLoaded()), "done");
 }
 
@@ -126,30 +124,24 @@ TEST_F(WhisperTranscriptionEngineTest, windows_without_speech_do_not_reach_the_e
     EXPECT_EQ(endOf(engine.transcribe({}, true)), "");
     EXPECT_EQ(runtime.runCount(encoder), 0);
 
-    model.say({"so it is done"});
-    auto samples = ScriptedSpeechModel::silence(400'000);
-    samples.resize(600'000, 0.5F);
-    EXPECT_EQ(endOf(engine.transcribe(samples, true)), "so it is done");
-}
-
-TEST_F(WhisperTranscriptionEngineTest, long_audio_is_joined_over_its_windows_and_trimmed) {
-    ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
     model.say({" one two three four ", " three four five"});
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(752'000), true)), "one two three four five");
+    auto samples = ScriptedSpeechModel::silence(400'000);
+    samples.resize(1'000'000, 0.5F); // two windows behind a silent one
+    EXPECT_EQ(endOf(engine.transcribe(samples, true)), "one two three four five");
 }
 
 TEST_F(WhisperTranscriptionEngineTest, a_window_is_silent_above_the_threshold_of_the_caller_or_else_above_0_6) {
     model.silenceLogit = 0.85F; // a probability of 0.70
     ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
     model.say({"lost", "kept"});
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true)), "");
-    EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::speech(), true, 0.75F)), "kept");
+    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "");
+    EXPECT_EQ(endOf(engine.transcribe(speech, true, 0.75F)), "kept");
 }
 
 TEST_F(WhisperTranscriptionEngineTest, preferences_of_language_and_spelling_are_those_of_the_call) {
-    using Languages = ScriptedSpeechModel::Languages;
+    using enum ScriptedSpeechModel::Languages;
     struct Case {
-        Languages known;
+        ScriptedSpeechModel::Languages known;
         std::string preference, spelling;
         float germanLogit; // against 0 for French
         std::vector<std::string> fed;
@@ -157,15 +149,12 @@ TEST_F(WhisperTranscriptionEngineTest, preferences_of_language_and_spelling_are_
     };
     constexpr float sure = 1, unsure = 0;
     const std::vector<Case> cases{
-        {Languages::several, "fr", "british", sure, {"fr"}, "Gray color"},
-        {Languages::several, "auto", "british", sure, {"de"}, "Grey colour"},
-        {Languages::several, "auto", "american", sure, {"de"}, "Gray color"},
-        {Languages::several, "auto", "british", unsure, {"en"}, "Grey colour"},
-        {Languages::several, "en", "british", sure, {"en"}, "Grey colour"},
-        {Languages::several, "tlh", "", sure, {"en"}, "Grey colour"},
-        {Languages::several, "", "american", sure, {"en"}, "Gray color"},
-        {Languages::onlyEnglish, "fr", "british", sure, {}, "Gray color"},
-        {Languages::onlyEnglish, "auto", "british", sure, {}, "Grey colour"},
+        {several, "fr", "british", sure, {"fr"}, "Gray color"},
+        {several, "auto", "british", sure, {"de"}, "Grey colour"},
+        {several, "auto", "american", unsure, {"en"}, "Gray color"},
+        {several, "tlh", "", sure, {"en"}, "Grey colour"},
+        {onlyEnglish, "fr", "british", sure, {}, "Gray color"},
+        {onlyEnglish, "auto", "british", sure, {}, "Grey colour"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.preference + " " + c.spelling + " " + std::to_string(c.fed.size()));
@@ -178,7 +167,7 @@ TEST_F(WhisperTranscriptionEngineTest, preferences_of_language_and_spelling_are_
         preferences.set(transcriptionSpeechLanguageKey, c.preference);
         preferences.set(englishSpellingPreferenceKey, c.spelling);
         std::string text;
-        tasks->spawn(keepEnd(used.transcribe(ScriptedSpeechModel::speech(), true), text));
+        tasks->spawn(keepEnd(used.transcribe(speech, true), text));
         runtime.failNextRuns(decoder, {"e5rt"}); // spelled after a retry as well
         time.stall(worker, 1s);
         time.runUntilIdle();
@@ -189,33 +178,12 @@ TEST_F(WhisperTranscriptionEngineTest, preferences_of_language_and_spelling_are_
     }
 }
 
-TEST_F(WhisperTranscriptionEngineTest, two_engines_over_one_folder_share_its_models) {
-    WhisperTranscriptionEngine other({.modelVariant = "base", .preferCPUOnly = true}, engineOn(time.addExecutor()));
-    EXPECT_EQ(endOf(engine.ensureLoaded()), "done");
-    EXPECT_EQ(endOf(other.ensureLoaded()), "done");
-    EXPECT_EQ(runtime.loadCount(decoder), 1);
-}
-
 /// Real threads.
-TEST(WhisperTranscriptionEngineThreads, cancelling_a_transcription_ends_the_decoding_with_the_next_token) {
-    TemporaryFolder disk;
-    FakeModelRuntime runtime;
-    ScriptedSpeechModel model(runtime);
-    const auto folder = model.install(disk.path() / "model");
-    SpeechModelCache models(runtime);
-    MemoryFolder caches;
-    ModelCacheGuard guard(caches);
-    FakePreferences preferences;
+TEST_F(WhisperTranscriptionEngineTest, cancelling_a_transcription_ends_the_decoding_with_the_next_token) {
     ThreadPool pool(2);
     SerialExecutor main(pool);
-    SerialExecutor worker(pool);
-    WhisperTranscriptionEngine engine({.modelVariant = "base"},
-                                      {.main = main,
-                                       .worker = worker,
-                                       .models = models,
-                                       .cacheGuard = guard,
-                                       .preferences = preferences,
-                                       .resolveModelFolder = [&] { return std::optional(folder); }});
+    SerialExecutor decoding(pool);
+    WhisperTranscriptionEngine threaded({.modelVariant = "base"}, engineOn(decoding, main));
     std::binary_semaphore isDecoding(0);
     std::binary_semaphore mayGoOn(0);
     int predictions = 0; // of the worker
@@ -225,18 +193,18 @@ TEST(WhisperTranscriptionEngineThreads, cancelling_a_transcription_ends_the_deco
         EXPECT_TRUE(mayGoOn.try_acquire_for(20s));
     };
     model.say({"a long text", "and another window"});
-    TaskScope tasks(main);
+    TaskScope transcription(main);
     main.runAndWait([&] {
-        tasks.spawn([&]() -> Task<void> {
-            co_await engine.ensureLoaded();
-            co_await engine.transcribe(ScriptedSpeechModel::speech(800'000), true);
+        transcription.spawn([&]() -> Task<void> {
+            co_await threaded.ensureLoaded();
+            co_await threaded.transcribe(ScriptedSpeechModel::speech(800'000), true);
             ADD_FAILURE();
         });
     });
     ASSERT_TRUE(isDecoding.try_acquire_for(20s));
-    main.runAndWait([&] { tasks.clear(); });
+    main.runAndWait([&] { transcription.clear(); });
     mayGoOn.release();
-    worker.runAndWait([&] { EXPECT_EQ(predictions, 3); });
+    decoding.runAndWait([&] { EXPECT_EQ(predictions, 3); });
 }
 
 } // namespace

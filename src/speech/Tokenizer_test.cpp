@@ -38,13 +38,7 @@ TEST(Tokenizer, special_and_time_tokens_are_found_and_left_out_of_texts) {
     const std::vector<int> ids{special.timeTokenBegin + 75, 'H', 'i', special.endToken, -5, 1 << 20};
     EXPECT_EQ(tokenizer.decode(ids), "Hi");
     EXPECT_EQ(tokenizer.decode(ids, false), "<|1.50|>Hi<|endoftext|>");
-}
-
-TEST(Tokenizer, a_character_cut_in_the_midst_does_not_make_bad_text) {
-    const auto tokenizer = test::tinyTokenizer();
-    const auto ids = tokenizer.encode("é");
-    ASSERT_EQ(ids.size(), 2U);
-    EXPECT_EQ(tokenizer.decode(std::span(ids).first(1)), "\xEF\xBF\xBD");
+    EXPECT_EQ(tokenizer.decode(std::vector{tokenizer.encode("é").front()}), "\ufffd"); // a character that was cut
 }
 
 TEST(Tokenizer, garbage_is_refused_with_the_file_name) {
@@ -57,12 +51,10 @@ TEST(Tokenizer, garbage_is_refused_with_the_file_name) {
     };
     const std::pair<std::string, const char*> cases[]{
         {"", "no JSON"},
-        {"{", "no JSON"},
         {"[1, 2]", "no model"},
         {"{\"model\": 3}", "no vocabulary"},
         {"{\"model\": {\"vocab\": {}}}", "no merges"},
         {"{\"model\": {\"vocab\": {\"a\": -1}, \"merges\": []}}", "in range"},
-        {"{\"model\": {\"vocab\": {\"a\": 1e9}, \"merges\": []}}", "in range"},
         {"{\"model\": {\"vocab\": {\"a\": \"b\"}, \"merges\": []}}", "in range"},
         {"{\"model\": {\"vocab\": {\"a\": 1}, \"merges\": [\"a b\"]}}", "names no token"},
         {"{\"model\": {\"vocab\": {\"a\": 1}, \"merges\": [7]}}", "is no pair"},

@@ -50,11 +50,11 @@ TEST(WordAlignment, attention_gives_each_word_its_time) {
     const auto words = alignedWords(result, tokenizer, 70);
     ASSERT_EQ(words.size(), 2U);
     EXPECT_EQ(words[0].word, " one");
-    EXPECT_NEAR(words[0].start, 0.4F, 0.05F);
-    EXPECT_NEAR(words[0].end, 0.8F, 0.05F);
-    EXPECT_NEAR(words[1].start, 0.8F, 0.05F);
-    EXPECT_NEAR(words[1].end, 1.0F, 0.05F);
     EXPECT_NEAR(words[0].probability, 0.6065F, 1e-3F);
+    for (const auto& [word, start, end] : {std::tuple{0U, 0.4F, 0.8F}, std::tuple{1U, 0.8F, 1.0F}}) {
+        EXPECT_NEAR(words[word].start, start, 0.05F);
+        EXPECT_NEAR(words[word].end, end, 0.05F);
+    }
 
     result.alignment.rows.resize(10);
     EXPECT_THROW((void)alignedWords(result, tokenizer, 70), SpeechError);

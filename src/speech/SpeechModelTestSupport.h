@@ -3,46 +3,34 @@
 #include "platform/fake/FakeModelRuntime.h"
 #include "speech/TestTokenizer.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <any>
-#include <atomic>
+#include <cmath>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavrin {
 
-/// An empty folder on the disk that goes with it.
-class TemporaryFolder final {
-public:
-    TemporaryFolder() {
-        static std::atomic<int> count = 0;
-        const auto name = "tavrin-test-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
-        where = std::filesystem::temp_directory_path() / name;
-        std::filesystem::create_directories(where);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder() { std::filesystem::remove_all(where); }
-
-    [[nodiscard]] const std::filesystem::path& path() const { return where; }
-
-private:
-    std::filesystem::path where;
-};
-
-/// A speech model of a few kilobytes that says what it is told, a byte a token. Loud samples are speech to it.
-/// Its graphs are added to a runtime; its folders hold all that the engine reads of a model's files.
-/// Thread: set up on one; its graphs run on any.
+/// A speech model of a few kilobytes that says what it is told, a byte a token. Loud samples are speech to it. It
+/// serves one decoding at a time. Its graphs are added to a runtime; its folders hold all that the engine reads of a
+/// model's files. Thread: set up on one; its graphs run on any.
 class ScriptedSpeechModel final {
 public:
     enum class Languages : std::uint8_t { onlyEnglish, several };
+
+    static constexpr float never = -30.0F;
+
+    /// What the decoder says of a window.
+    struct Window {
+        std::vector<int> tokens;   // up to the end
+        float confidence = -never; // logit of each token over all others
+    };
 
     explicit ScriptedSpeechModel(FakeModelRuntime& runtime, Languages known = Languages::several)
         : isMultilingual(known == Languages::several) {
@@ -76,11 +64,24 @@ public:
         texts.assign(windows.begin(), windows.end());
     }
 
+    [[nodiscard]] int timeToken(double seconds) const {
+        return tokenizer.special().timeTokenBegin + static_cast<int>(std::lround(seconds * 50));
+    }
+
+    /// How many frames each window had that was encoded since the last call.
+    [[nodiscard]] std::vector<std::size_t> takeEncodedFrames() {
+        const std::scoped_lock guard(lock);
+        return std::exchange(encodedFrames, {});
+    }
+
     /// The language tokens that were fed, as codes, in the order of the windows.
     [[nodiscard]] std::vector<std::string> languagesFed() const {
         const std::scoped_lock guard(lock);
         return fedLanguages;
     }
+
+    /// Asked at the beginning of each decoding in place of what say() was told. Set before use.
+    std::function<Window()> script;
 
     static std::vector<float> speech(std::size_t samples = 80'000) { return std::vector<float>(samples, 0.5F); }
     static std::vector<float> silence(std::size_t samples = 80'000) { return std::vector<float>(samples, 0.0F); }
@@ -91,8 +92,6 @@ public:
     float silenceLogit = never;
     /// Called before each prediction, on the decoding thread. Set before use.
     std::function<void()> onPrediction;
-
-    static constexpr float never = -30.0F;
 
 private:
     [[nodiscard]] std::int64_t vocabulary() const { return static_cast<std::int64_t>(tokenizer.size()); }
@@ -114,11 +113,17 @@ private:
                           .compute = listen});
     }
 
-    static void addEncoder(FakeModelRuntime& runtime) {
+    void addEncoder(FakeModelRuntime& runtime) {
         using enum ElementType;
+        const auto encode = [this](FakeModelRuntime::Tensors& tensors) {
+            const std::scoped_lock guard(lock);
+            encodedFrames.push_back(tensors.input<float>("melspectrogram_features").size() / 80);
+        };
         runtime.addGraph("AudioEncoder.onnx", {.inputs = {{"melspectrogram_features", float32, {1, 80, 1, -1}}},
-                                               .outputs = {{"encoder_output_embeds", float32, {1, -1, 1}}},
-                                               .compute = [](FakeModelRuntime::Tensors&) {}});
+                                               .outputs = {{"encoder_output_embeds", float32, {1, -1, 1}},
+                                                           {"cross_key_0", float16, {1, 1, -1, 1}},
+                                                           {"cross_value_0", float16, {1, 1, -1, 1}}},
+                                               .compute = encode});
     }
 
     void addDecoder(FakeModelRuntime& runtime) {
@@ -129,59 +134,62 @@ private:
                                      {"cache_length", int32, {1}},
                                      {"key_cache", float32, cache},
                                      {"value_cache", float32, cache},
-                                     {"decoder_key_padding_mask", float32, {1, -1}}},
+                                     {"decoder_key_padding_mask", float32, {1, -1}},
+                                     {"cross_key_0", float16, cache},
+                                     {"cross_value_0", float16, cache}},
                           .outputs = {{"logits", float32, {1, 1, vocabulary()}},
                                       {"key_cache_updates", float32, cache},
                                       {"value_cache_updates", float32, cache}},
                           .compute = [this](FakeModelRuntime::Tensors& tensors) { predict(tensors); }});
     }
 
-    /// A time, the characters, a later time, the end.
-    std::vector<int> nextTokens() {
-        const auto& special = tokenizer.special();
-        const std::scoped_lock guard(lock);
-        std::vector<int> tokens{special.timeTokenBegin};
-        if (!texts.empty()) {
-            const auto text = tokenizer.encode(texts.front());
-            tokens.insert(tokens.end(), text.begin(), text.end());
-            tokens.push_back(special.timeTokenBegin + 50);
-            texts.pop_front();
-        }
-        tokens.push_back(special.endToken);
-        return tokens;
+    /// A time, the characters, a later time.
+    Window nextText() {
+        Window said{.tokens = {timeToken(0)}};
+        if (texts.empty()) return said;
+        const auto text = tokenizer.encode(texts.front());
+        said.tokens.insert(said.tokens.end(), text.begin(), text.end());
+        said.tokens.push_back(timeToken(1));
+        texts.pop_front();
+        return said;
     }
 
     void predict(FakeModelRuntime::Tensors& tensors) {
         if (onPrediction) onPrediction();
         const auto fed = tensors.input<std::int32_t>("input_ids");
-        const auto position = tensors.input<std::int32_t>("cache_length").front();
+        const auto position = static_cast<std::size_t>(tensors.input<std::int32_t>("cache_length").front());
         const auto logits = tensors.output<float>("logits");
         const auto logitOf = [&](int token) -> float& { return logits[static_cast<std::size_t>(token)]; };
-        std::ranges::fill(logits, never);
-        if (position == 0) tensors.memory = nextTokens();
+        const std::scoped_lock guard(lock);
+        if (position == 0) {
+            window = script ? script() : nextText();
+            promptLength.reset();
+        }
+        if (position > 0 ? fed.size() > 1 : !isMultilingual) promptLength = position + fed.size();
         noteLanguage(fed);
-        const auto& tokens = std::any_cast<const std::vector<int>&>(tensors.memory);
-        const auto promptLength = isMultilingual ? 3 : 1; // start, language, task
-        const auto next = position + static_cast<std::int32_t>(fed.size()) - promptLength;
-        if (next < 0) {
+        std::ranges::fill(logits, -window.confidence);
+        if (!promptLength) {
             logitOf(languageToken("fr")) = 0;
             logitOf(languageToken("de")) = germanLogit;
         } else {
-            logitOf(tokens[std::min(static_cast<std::size_t>(next), tokens.size() - 1)]) = 0;
+            const std::size_t next = position + fed.size() - *promptLength;
+            logitOf(next < window.tokens.size() ? window.tokens[next] : tokenizer.special().endToken) = 0;
         }
         if (position == 0) logitOf(tokenizer.special().noSpeechToken) = silenceLogit;
     }
 
     void noteLanguage(std::span<const std::int32_t> fed) {
-        const std::scoped_lock guard(lock);
         for (const auto& [code, token] : tokenizer.languageTokens())
             if (std::ranges::find(fed, token) != fed.end()) fedLanguages.push_back(code);
     }
 
     const Tokenizer tokenizer = test::tinyTokenizer();
     const bool isMultilingual;
-    mutable std::mutex lock;
+    mutable std::mutex lock; // for all below
     std::deque<std::string> texts;
+    Window window;
+    std::optional<std::size_t> promptLength; // unknown until the language is chosen
+    std::vector<std::size_t> encodedFrames;
     std::vector<std::string> fedLanguages;
 };
 
