@@ -23,25 +23,16 @@ TranscriptionResult transcribed(const std::vector<float>& samples, DecodingOptio
     return TranscribeTask(models()).run(samples, options);
 }
 
-/// All chunks of a file as the program transcribes it by default: language detected, everything between speech left
-/// out.
-std::vector<TranscriptionResult> transcribedFile(const fs::path& file, DecodingOptions options = {}) {
-    options.detectLanguage = true;
+/// The text of a file as the program transcribes it by default: language detected, everything between speech left out.
+std::string textOfFile(const fs::path& file) {
     AudioFileReader reader(file.string());
-    std::vector<TranscriptionResult> results;
-    ChunkedTranscriber(models(), options, 2)
+    std::string text;
+    ChunkedTranscriber(models(), {.detectLanguage = true}, 2)
         .run([&](std::span<float> block) { return reader.read(block); },
              [&](const TranscriptionResult& result) {
-                 results.push_back(result);
+                 text += result.text;
                  return true;
              });
-    return results;
-}
-
-std::string textOf(const std::vector<TranscriptionResult>& results) {
-    std::string text;
-    for (const auto& result : results)
-        text += result.text;
     return std::string(trimmed(text));
 }
 
@@ -95,7 +86,7 @@ TEST(RealSpeech, ten_minutes_of_any_noise_give_no_word) {
     ASSERT_EQ(files.size(), 7U);
     for (const fs::path& file : files) {
         EXPECT_GE(AudioFileReader(file.string()).statedSeconds().value_or(0), 590) << file;
-        EXPECT_EQ(textOf(transcribedFile(file)), "") << file;
+        EXPECT_EQ(textOfFile(file), "") << file;
     }
 }
 
@@ -103,7 +94,7 @@ TEST(RealSpeech, noise_between_and_under_speech_adds_no_word) {
     const auto files = filesOf(speechFolder() / "mixed");
     ASSERT_EQ(files.size(), 14U);
     for (const fs::path& file : files) {
-        const auto text = plainWords(textOf(transcribedFile(file)));
+        const auto text = plainWords(textOfFile(file));
         // A sound may hide a syllable, but it never becomes a word: "ill-disposed" may lose its "di".
         EXPECT_THAT(text, testing::MatchesRegex(
                               "he was not an ill ?(dis|s)posed young man he might even have been made amiable himself"))
@@ -122,28 +113,25 @@ TEST(RealSpeech, the_silence_test_stands_behind_the_gate) {
     EXPECT_LT(transcribed(recorded("0870")).segments.at(0).noSpeechProb, 0.3F);
 }
 
-TEST(RealSpeech, two_runs_give_the_same_tokens) {
+TEST(RealSpeech, runs_at_once_give_the_same_tokens_and_draws_at_a_temperature_repeat) {
     const auto samples = recorded("0890");
-    const auto first = transcribed(samples), second = transcribed(samples);
-    ASSERT_FALSE(first.segments.empty());
-    EXPECT_EQ(first.segments.at(0).tokens, second.segments.at(0).tokens);
-    EXPECT_EQ(first.segments.at(0).tokenLogProbs, second.segments.at(0).tokenLogProbs);
-    // Draws at a temperature repeat, too.
     DecodingOptions hot;
     hot.temperature = 0.8F;
-    EXPECT_EQ(transcribed(samples, hot).text, transcribed(samples, hot).text);
-}
-
-TEST(RealSpeech, a_result_that_never_satisfies_goes_through_all_temperatures) {
-    DecodingOptions options;
-    options.logProbThreshold = 0.0F;
-    options.temperatureFallbackCount = 3;
-    const auto result = transcribed(recorded("0880"), options);
-    // The short context, the whole window, three higher temperatures.
-    EXPECT_EQ(result.timings.totalDecodingFallbacks, 4);
-    EXPECT_EQ(result.timings.totalEncodingRuns, 2);
-    EXPECT_NEAR(result.segments.at(0).temperature, 0.6F, 1e-6F);
-    EXPECT_THAT(plainWords(result.text), testing::HasSubstr("young man"));
+    std::vector<TranscriptionResult> cool(3);
+    std::vector<std::string> drawn(2);
+    {
+        std::vector<std::jthread> threads; // over the same models
+        for (auto& result : cool)
+            threads.emplace_back([&] { result = transcribed(samples); });
+        for (auto& text : drawn)
+            threads.emplace_back([&] { text = transcribed(samples, hot).text; });
+    }
+    ASSERT_FALSE(cool[0].segments.empty());
+    for (const auto& result : cool) {
+        EXPECT_EQ(result.segments.at(0).tokens, cool[0].segments[0].tokens);
+        EXPECT_EQ(result.segments.at(0).tokenLogProbs, cool[0].segments[0].tokenLogProbs);
+    }
+    EXPECT_THAT(drawn, testing::Each(drawn[0]));
 }
 
 TEST(RealSpeech, a_long_audio_keeps_its_times_in_order) {
@@ -234,18 +222,6 @@ TEST(RealSpeech, bad_samples_are_survived) {
     click[20'000] = 1;
     EXPECT_EQ(transcribed(click).text, "");
     EXPECT_THROW((void)transcribed({}), SpeechError);
-}
-
-TEST(RealSpeech, several_threads_share_the_models) {
-    const auto samples = recorded("0930");
-    const auto expected = transcribed(samples).text;
-    std::vector<std::string> texts(4);
-    {
-        std::vector<std::jthread> threads;
-        for (auto& text : texts)
-            threads.emplace_back([&] { text = transcribed(samples).text; });
-    }
-    EXPECT_THAT(texts, testing::Each(expected));
 }
 
 } // namespace
