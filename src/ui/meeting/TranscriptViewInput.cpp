@@ -149,7 +149,7 @@ void TranscriptView::mousePressEvent(QMouseEvent* event) {
     pressedAt = mayClick ? std::optional(event->pos()) : std::nullopt;
     cursor.reset();
     showsCursor = false;
-    clearFocusRadius(*this); // whoever uses the mouse needs no ring
+    clearFocusRadius(*this);                 // whoever uses the mouse needs no ring
     if (pressedSelection && !extend) return; // a drag begins a new one, a click means this one
     caret = place;
     if (!extend) anchor = place;
