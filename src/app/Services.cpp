@@ -3,6 +3,7 @@
 #include "platform/linux/PulseAudioEngine.h"
 #include "platform/linux/SoxrSampleRateConverter.h"
 #include "platform/onnx/OnnxModelRuntime.h"
+#include "server/FormerIdentity.h"
 #include "speech/ModelFolders.h"
 #include "support/log/Log.h"
 
@@ -20,6 +21,12 @@ std::filesystem::path home() {
     return value == nullptr ? std::filesystem::path() : std::filesystem::path(value);
 }
 
+/// What is started at login: this very program.
+std::filesystem::path ownProgram() {
+    std::error_code none;
+    return std::filesystem::read_symlink("/proc/self/exe", none);
+}
+
 SampleRateConverterFactory converters() {
     return [](double rate, std::size_t channels, double wanted) {
         return std::make_unique<SoxrSampleRateConverter>(rate, channels, wanted);
@@ -30,10 +37,13 @@ SampleRateConverterFactory converters() {
 
 Services::Services(Executor& mainExecutor, const XdgFolders& userFolders, Deployment values)
     : folders(userFolders), deployment(std::move(values)), main(mainExecutor),
-      applicationSupport(folders.applicationSupport()), configuration(folders.preferences()), caches(folders.caches()),
-      preferences(configuration, "preferences.json", storage), credentialStore(configuration, "credentials.json"),
-      credentials(credentialStore), modelRuntime([] { return std::make_unique<OnnxModelRuntime>(); }),
-      speechModels(modelRuntime), cacheGuard(caches),
+      applicationSupport(folders.applicationSupport()), configuration(folders.preferences()),
+      formerConfiguration(folders.configHome() / formerApplicationIdentifier),
+      autostart(folders.configHome() / "autostart"), caches(folders.caches()),
+      preferences(configuration, "preferences.json", storage), settings(preferences, deployment.server),
+      vocabulary(preferences, deployment.vocabulary, main), loginItem(autostart, ownProgram(), storage),
+      notifications(main), credentialStore(configuration, "credentials.json"), credentials(credentialStore),
+      modelRuntime([] { return std::make_unique<OnnxModelRuntime>(); }), speechModels(modelRuntime), cacheGuard(caches),
       modelFolders(preferences, deployment.speechModels, modelSearchRoots(folders.documents(), home())),
       models(main, modelFolders),
       policy({.main = main,
@@ -78,16 +88,21 @@ TranscriptionSession::Dependencies Services::sessionDependencies() {
                         .diagnostics = diagnostics},
             .applicationSupport = applicationSupport,
             .storage = storage,
+            .background = background,
             .powerActivity = powerActivity,
             .loadAPIToken = [this] { return credentials.loadAPIToken(); },
             // The desktop has no such question: whoever may talk to the sound server may record.
             .requestMicrophoneAccess = [] -> Task<bool> { co_return true; },
-            .isDictationBusy = {}};
+            .isDictationBusy = {},
+            .vocabulary = [this] { return vocabulary.corrector(); }};
 }
 
 void Services::startBackgroundServices() {
     if (std::exchange(didStartBackgroundServices, true)) return;
     log.info("background services start");
+    migrateFromFormerIdentityIfNeeded(preferences, formerConfiguration, applicationSupport);
+    (void)settings.apiBaseURL(); // one of a former server is rewritten by being read
+    vocabularyChanges = vocabulary.observe([this](const auto&) { session.vocabularyChanged(); });
     tasks.spawn(session.restoreOpenMeeting());
     tasks.spawn(models.refresh());
     tasks.spawn(policy.loadDictationEngineAtLaunch());

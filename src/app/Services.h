@@ -11,13 +11,17 @@
 #include "meeting/ModelFolderResolver.h"
 #include "meeting/TranscriptionSession.h"
 #include "meeting/WhisperModelService.h"
+#include "platform/linux/AutostartLoginItem.h"
+#include "platform/linux/DesktopNotifications.h"
 #include "platform/linux/JsonPreferences.h"
 #include "platform/linux/LinuxSystemAudioTap.h"
 #include "platform/linux/LogindPowerActivity.h"
 #include "platform/linux/PulseAudioDevices.h"
 #include "platform/linux/PulseServer.h"
 #include "platform/linux/SecretCredentialStore.h"
+#include "server/AppSettings.h"
 #include "server/CredentialLadder.h"
+#include "server/VocabularyList.h"
 #include "speech/SpeechModels.h"
 #include "support/async/SerialExecutor.h"
 #include "support/async/TaskScope.h"
@@ -39,9 +43,15 @@ public:
     Services& operator=(const Services&) = delete;
     ~Services();
 
-    /// Once, when the first window or the tray is up; a second call does nothing. Nothing waits for anything else here:
-    /// the meeting that an earlier run left open, the models, the dictation engine.
+    /// Once, when the first window or the tray is up; a second call does nothing. First what the former program left,
+    /// then the server's address, then the meeting that an earlier run left open. The models and the dictation engine
+    /// follow without waiting for one another.
     void startBackgroundServices();
+
+    /// Where the user's files are written, one job at a time, meetings included.
+    [[nodiscard]] Executor& fileWork() { return storage; }
+    /// The user's data folder.
+    [[nodiscard]] Folder& userData() { return applicationSupport; }
 
     const XdgFolders folders;
     const Deployment deployment;
@@ -65,13 +75,20 @@ private:
     SerialExecutor meLane{workThreads};
     SerialExecutor themLane{workThreads};
     SerialExecutor storage{workThreads};
+    SerialExecutor background{workThreads};
 
     DiskFolder applicationSupport;
     DiskFolder configuration;
+    DiskFolder formerConfiguration;
+    DiskFolder autostart;
     DiskFolder caches;
 
 public:
     JsonPreferences preferences;
+    AppSettings settings;
+    VocabularyList vocabulary;
+    AutostartLoginItem loginItem;
+    DesktopNotifications notifications;
     SecretCredentialStore credentialStore;
     CredentialLadder credentials;
 
@@ -106,6 +123,7 @@ private:
     [[nodiscard]] TranscriptionSession::Dependencies sessionDependencies();
 
     bool didStartBackgroundServices = false;
+    Subscription vocabularyChanges;
     TaskScope tasks; // last: dies first
 };
 

@@ -36,36 +36,43 @@ bool isAlike(const std::string& word, const std::string& before) {
 
 } // namespace
 
-CutMender::Hearing CutMender::begin(const SpeechChunk& chunk) {
+std::vector<float> CutMender::begin(const SpeechChunk& chunk) {
     const bool goesOn = chunk.followsForcedCut && chunk.index == nextIndex;
     nextIndex = chunk.index + 1;
-    Hearing hearing{.samples = std::exchange(rest, {})};
-    const bool hasRest = !hearing.samples.empty();
-    if (hasRest && chunk.samples.empty()) {
-        hearing.samples.clear(); // the speech ended at the cut: the word is as it was heard
-        return hearing;
-    }
+    std::vector<float> hearing = std::exchange(rest, {});
+    const bool hasRest = !hearing.empty();
+    repeatsSound = false;
+    if (chunk.samples.empty()) return {}; // the speech ended at the cut: a word that was left is as it was heard
     const std::size_t known =
         goesOn && hasRest ? std::min(SpeechChunker::chunkOverlapSamples, chunk.samples.size()) : 0;
-    hearing.repeatsSound = chunk.followsForcedCut && known == 0;
-    hearing.samples.insert(hearing.samples.end(), chunk.samples.begin() + static_cast<std::ptrdiff_t>(known),
-                           chunk.samples.end());
+    repeatsSound = chunk.followsForcedCut && known == 0;
+    hearing.insert(hearing.end(), chunk.samples.begin() + static_cast<std::ptrdiff_t>(known), chunk.samples.end());
     return hearing;
 }
 
 std::string CutMender::end(const SpeechChunk& chunk, const std::vector<float>& samples, const ChunkText& heard) {
     const std::string before = std::exchange(held, {});
-    if (trimmed(heard.text).empty()) return before;
+    if (trimmed(heard.text).empty()) {
+        if (!before.empty()) lastText = before;
+        return before;
+    }
     std::string text = before.empty() ? std::string(trimmed(heard.text)) : withoutEcho(heard.text);
     if (chunk.endsInForcedCut) text = withoutHeld(text, samples, heard.words);
     const auto parts = words(text);
     if (!parts.empty()) wordBefore = normalizedWord(parts.back());
-    return text;
+    return newWords(std::move(text));
+}
+
+std::string CutMender::newWords(std::string text) {
+    std::string own(repeatsSound ? withoutOverlap(lastText, text) : text);
+    lastText = std::move(text);
+    return own;
 }
 
 std::string CutMender::giveUp() {
     const auto parts = words(held);
     if (!parts.empty()) wordBefore = normalizedWord(parts.back());
+    lastText.clear(); // nobody knows what the sound that comes twice says
     return std::exchange(held, {});
 }
 

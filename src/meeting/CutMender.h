@@ -25,14 +25,8 @@ public:
     /// The word before the left one is heard again among the first so many.
     static constexpr std::size_t mostEchoWords = 3;
 
-    struct Hearing {
-        std::vector<float> samples; ///< what the engine is to hear; may be empty
-        /// They begin with 250 ms whose words stand at the end of the text before.
-        bool repeatsSound = false;
-    };
-
-    /// The chunk with what was left of the one before it.
-    Hearing begin(const SpeechChunk& chunk);
+    /// What the engine is to hear of a chunk, with what was left of the one before it; may be empty.
+    std::vector<float> begin(const SpeechChunk& chunk);
     /// What of the chunk's text stands now, with the word that was left if nothing better was heard of it. `samples`
     /// are those of begin().
     std::string end(const SpeechChunk& chunk, const std::vector<float>& samples, const ChunkText& heard);
@@ -51,9 +45,14 @@ private:
     /// `text` without its beginning up to the word that stands already.
     [[nodiscard]] std::string withoutEcho(const std::string& text) const;
 
+    /// What is left of `text` when the words go that stand already.
+    std::string newWords(std::string text);
+
     std::vector<float> rest; // sound of a word that was left
     std::string held;        // those words as they were heard at the cut
     std::string wordBefore;  // the last that stands, in its normal form
+    std::string lastText;
+    bool repeatsSound = false; // the chunk begins with 250 ms whose words stand at the end of the last text
     std::size_t nextIndex = 0;
 };
 

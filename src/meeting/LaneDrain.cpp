@@ -45,6 +45,7 @@ Task<DrainCounts> drainLanes(EndedLanes lanes, OpenMeeting& meeting, LiveTranscr
     read(lanes.me, counts.transcribed.me, counts.dropped.me, counts.pending.me);
     read(lanes.them, counts.transcribed.them, counts.dropped.them, counts.pending.them);
     co_await race(transcript.themResultsDone(), chainLimit);
+    if (lanes.meLines != nullptr) lanes.meLines->release();
     transcript.cancelThemResults();
     co_return counts;
 }

@@ -1,6 +1,5 @@
 #include "meeting/LiveCapture.h"
 
-#include "dictation/text/MergeOverlap.h"
 #include "meeting/MeetingMessages.h"
 #include "support/async/Sleep.h"
 
@@ -33,7 +32,8 @@ float smoothed(float level, float previous) {
 
 LiveCapture::LiveCapture(Dependencies dependencies, SessionState& published, OpenMeeting& open,
                          LiveTranscript& liveTranscript)
-    : use(dependencies), state(published), meeting(open), transcript(liveTranscript), tasks(use.main) {
+    : use(dependencies), state(published), meeting(open), transcript(liveTranscript),
+      meLines(use.main, transcript, [this](Date date) { return themMayFollow(date); }), tasks(use.main) {
     use.mixedCapture.onMicrophoneLost = [this](bool isLost) {
         state.microphoneNotice = isLost ? std::optional<std::string>(messages::microphoneLost) : std::nullopt;
         use.diagnostics.log(isLost ? "microphone_lost" : "microphone_back");
@@ -83,8 +83,6 @@ void LiveCapture::resetLanes() {
     meProcessor.reset();
     themProcessor.reset();
     pcmBaseSampleOffset = {};
-    lastMeText.clear();
-    lastThemText.clear();
 }
 
 void LiveCapture::wireMeters() {
@@ -261,13 +259,11 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::meLaneProcessor() {
     hooks.onTranscriptionStarted = [this] { state.interimPartial = std::string(messages::transcribing); };
     hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
     hooks.onResult = [this, generation = meeting.transcriptWorkGeneration,
-                      id = meeting.meetingID](WhisperStreamProcessor::Heard heard, const SpeechChunk& chunk) {
+                      id = meeting.meetingID](std::string text, const SpeechChunk& chunk) {
         if (!transcript.isValid(generation, id)) return false;
-        noteResult(heard.text, "Me", chunk);
+        noteResult(text, "Me", chunk);
         state.interimPartial = "";
-        const std::string own(heard.repeatsSound ? withoutOverlap(lastMeText, heard.text) : heard.text);
-        lastMeText = std::move(heard.text);
-        transcript.addSegment({.text = own, .speakerLabel = std::string(meLabel), .date = chunk.date});
+        meLines.add(spoken(chunk, std::move(text)), generation, id);
         refreshBacklog();
         return true;
     };
@@ -284,18 +280,23 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::themLaneProcessor() {
     };
     hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
     hooks.onResult = [this, generation = meeting.transcriptWorkGeneration,
-                      id = meeting.meetingID](WhisperStreamProcessor::Heard heard, const SpeechChunk& chunk) {
+                      id = meeting.meetingID](std::string text, const SpeechChunk& chunk) {
         if (!transcript.isValid(generation, id)) return false;
-        noteResult(heard.text, "Them", chunk);
+        noteResult(text, "Them", chunk);
         if (*state.interimPartial == messages::transcribing) state.interimPartial = "";
-        const std::string own(heard.repeatsSound ? withoutOverlap(lastThemText, heard.text) : heard.text);
-        lastThemText = std::move(heard.text);
-        transcript.enqueueThemResult({.text = own, .speakerLabel = std::string(themLabel), .date = chunk.date},
-                                     generation, id);
+        meLines.themSaid(spoken(chunk, text));
+        transcript.enqueueThemResult(
+            {.text = std::move(text), .speakerLabel = std::string(themLabel), .date = chunk.date}, generation, id);
         return true;
     };
     return std::make_unique<WhisperStreamProcessor>(
         themLaneSettings(engine.which), laneDependencies(use.themLane, std::move(engine.transcribe)), std::move(hooks));
+}
+
+bool LiveCapture::themMayFollow(Date date) const {
+    if (meeting.isDraining) return meeting.hadSystemAudio;
+    if (!*state.systemAudioActive || !themProcessor) return false;
+    return transcript.hasThemResults() || themProcessor->mayFollow(date);
 }
 
 void LiveCapture::noteResult(const std::string& text, const char* label, const SpeechChunk& chunk) {
@@ -317,8 +318,12 @@ EndedLanes LiveCapture::end() {
     backlogRefreshTask.cancel();
     loadTicker.cancel();
     ++captureGeneration;
-    EndedLanes lanes{.me = std::move(meProcessor), .them = std::move(themProcessor), .base = pcmBaseSampleOffset};
+    EndedLanes lanes{.me = std::move(meProcessor),
+                     .them = std::move(themProcessor),
+                     .base = pcmBaseSampleOffset,
+                     .meLines = &meLines};
     resetLanes();
+    meeting.hadSystemAudio = *state.systemAudioActive;
     state.systemAudioActive = false;
     state.microphoneNotice = std::nullopt;
     resetMeters();

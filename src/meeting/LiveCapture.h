@@ -4,6 +4,7 @@
 #include "audio/DiagnosticsLogger.h"
 #include "audio/MixedAudioCaptureService.h"
 #include "meeting/LiveTranscript.h"
+#include "meeting/MeLines.h"
 #include "meeting/MeetingEngines.h"
 #include "meeting/MicSilenceRule.h"
 #include "meeting/WhisperModelService.h"
@@ -24,7 +25,8 @@ struct LaneCounts {
 struct EndedLanes {
     std::unique_ptr<WhisperStreamProcessor> me;
     std::unique_ptr<WhisperStreamProcessor> them;
-    LaneCounts base; ///< sample 0 of each processor in its archive
+    LaneCounts base;            ///< sample 0 of each processor in its archive
+    MeLines* meLines = nullptr; ///< lines of the Me lane that wait for the other side's; outlives the drain
 };
 
 /// One stretch of capture of a meeting, from the first sound to pause or stop.
@@ -94,6 +96,7 @@ private:
     [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> meLaneProcessor();
     [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> themLaneProcessor();
     [[nodiscard]] WhisperStreamProcessor::Dependencies laneDependencies(Executor& lane, Transcribe transcribe);
+    [[nodiscard]] bool themMayFollow(Date date) const;
     void noteResult(const std::string& text, const char* label, const SpeechChunk& chunk);
     void transcriptionFinished();
 
@@ -108,14 +111,13 @@ private:
     SessionState& state;
     OpenMeeting& meeting;
     LiveTranscript& transcript;
+    MeLines meLines;
 
     // state, main executor
     std::uint64_t captureGeneration = 0;
     std::unique_ptr<WhisperStreamProcessor> meProcessor;
     std::unique_ptr<WhisperStreamProcessor> themProcessor;
     LaneCounts pcmBaseSampleOffset;
-    std::string lastMeText; // to join with what follows a forced cut
-    std::string lastThemText;
     MicSilenceRule silenceRule;
     DiagnosticsCaptureFrameCounter diagnosticsMicFrameCounter;
     DiagnosticsCaptureFrameCounter diagnosticsThemFrameCounter;

@@ -69,6 +69,7 @@ protected:
                             .diagnostics = diagnostics},
                 .applicationSupport = disk,
                 .storage = storage,
+                .background = storage,
                 .powerActivity = power,
                 .loadAPIToken = [] -> Task<std::optional<std::string>> { co_return "tavrin_test"; },
                 .requestMicrophoneAccess = [] -> Task<bool> { co_return true; },

@@ -31,6 +31,8 @@ struct OpenMeeting {
     std::uint64_t transcriptWorkGeneration = 0;
     /// While what was captured is being drained its results still count.
     bool isDraining = false;
+    /// The stretch that is being drained had both lanes.
+    bool hadSystemAudio = false;
 };
 
 } // namespace tavrin

@@ -119,14 +119,15 @@ protected:
     std::vector<std::string> results, notes;
     std::vector<std::int64_t> pending;
     int finished = 0;
+    int texts = 0;
     std::unique_ptr<WhisperStreamProcessor> processor = std::make_unique<WhisperStreamProcessor>(
         themLaneSettings(MeetingEngine::dictation),
         WhisperStreamProcessor::Dependencies{.main = time.main(),
                                              .lane = time.addExecutor(),
                                              .clock = time.wallClock(),
-                                             .transcribe = [this](std::vector<float> samples, bool) -> Task<ChunkText> {
+                                             .transcribe = [this](std::vector<float>, bool) -> Task<ChunkText> {
                                                  co_await sleepFor(engineTime);
-                                                 co_return ChunkText{.text = std::to_string(samples.size()),
+                                                 co_return ChunkText{.text = "text " + std::to_string(++texts),
                                                                      .words = {}};
                                              },
                                              .note = [this](std::string line) { notes.push_back(std::move(line)); }},
@@ -134,8 +135,8 @@ protected:
                                           .onTranscriptionFinished = [this] { ++finished; },
                                           .onError = {},
                                           .onResult =
-                                              [this](WhisperStreamProcessor::Heard heard, const SpeechChunk&) {
-                                                  results.push_back(std::move(heard.text));
+                                              [this](const std::string& /*text*/, const SpeechChunk& chunk) {
+                                                  results.push_back(std::to_string(chunk.samples.size()));
                                                   return accepts;
                                               }});
     WhisperStreamProcessor::Inlet inlet = processor->inlet();

@@ -43,7 +43,9 @@ bool isBlank(std::string_view text) {
 } // namespace
 
 TranscriptionSession::TranscriptionSession(Dependencies dependencies)
-    : state(dependencies.capture.main), use(std::move(dependencies)), transcript(use.capture.main, state, meeting),
+    : state(dependencies.capture.main), use(std::move(dependencies)),
+      transcript({.main = use.capture.main, .background = use.background, .vocabulary = use.vocabulary}, state,
+                 meeting),
       capture(use.capture, state, meeting, transcript), tasks(use.capture.main) {}
 
 TranscriptionSession::~TranscriptionSession() = default;
@@ -282,6 +284,15 @@ void TranscriptionSession::setTranscriptTitle(std::string title) {
     expectCurrent(use.capture.main);
     state.transcriptTitle = std::move(title);
     if (meeting.persistence) tasks.spawn([this] -> Task<void> { co_await writeCheckpoint(); });
+}
+
+void TranscriptionSession::vocabularyChanged() {
+    expectCurrent(use.capture.main);
+    vocabularyTask.cancel();
+    vocabularyTask = tasks.spawn([this] -> Task<void> {
+        co_await transcript.applyVocabulary();
+        co_await writeCheckpoint();
+    });
 }
 
 void TranscriptionSession::defaultTitle() {

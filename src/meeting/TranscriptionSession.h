@@ -30,6 +30,8 @@ public:
         LiveCapture::Dependencies capture;
         Folder& applicationSupport;
         Executor& storage;
+        /// Long computations on the transcript.
+        Executor& background;
         PowerActivity& powerActivity;
         /// The stored API token; absent or empty: none.
         std::function<Task<std::optional<std::string>>()> loadAPIToken;
@@ -37,6 +39,8 @@ public:
         std::function<Task<bool>()> requestMicrophoneAccess;
         /// Dictation uses the microphone. May be empty.
         std::function<bool()> isDictationBusy;
+        /// The user's corrections as they are now. May be empty.
+        std::function<std::shared_ptr<const VocabularyCorrector>()> vocabulary{};
     };
 
     static constexpr Duration checkpointInterval = std::chrono::seconds(60);
@@ -62,10 +66,16 @@ public:
     void stop() { tasks.spawn(stopRecording()); }
 
     void setTranscriptTitle(std::string title);
+    /// The user's corrections have changed: what stands is corrected by them, on screen and on disk.
+    void vocabularyChanged();
 
     /// Something must not overlap with what goes on here.
     [[nodiscard]] bool isBusy() const;
     [[nodiscard]] bool isCapturing() const { return state.status->isCapturing(); }
+    /// The meeting whose recording is in use, on screen or being made.
+    [[nodiscard]] const std::optional<std::string>& openMeetingID() const { return meeting.meetingID; }
+    /// When the meeting on screen began.
+    [[nodiscard]] const std::optional<Date>& startedAt() const { return meeting.sessionRecordedAt; }
     /// Seconds recorded so far, pauses left out.
     [[nodiscard]] double activeRecordingDuration() const;
 
@@ -113,6 +123,7 @@ private:
     std::shared_ptr<PowerActivity::Token> processingActivity;
     TaskHandle processingDrainTask;
     TaskHandle checkpointTask;
+    TaskHandle vocabularyTask;
     TaskScope tasks; // last: dies first
 };
 

@@ -14,7 +14,11 @@ namespace tavrin {
 
 namespace {
 constexpr Logger log{"WhisperStreamProcessor"};
-}
+
+/// What waits in a quiet lane: the end of the last chunk, and less than a frame.
+constexpr auto quietSamples =
+    static_cast<std::int64_t>(SpeechChunker::chunkOverlapSamples + SpeechChunker::frameSamples);
+} // namespace
 
 /// The half that works on the lane's executor.
 class WhisperStreamProcessor::Lane final : public std::enable_shared_from_this<Lane> {
@@ -96,6 +100,10 @@ std::int64_t WhisperStreamProcessor::pendingSampleCount() const {
     return pending;
 }
 
+bool WhisperStreamProcessor::mayFollow(Date date) const {
+    return (!heardUpTo || *heardUpTo < date) && pendingSampleCount() > quietSamples;
+}
+
 Task<void> WhisperStreamProcessor::flushForFinish() {
     for (SpeechChunk& chunk : co_await lane->flush())
         enqueue(std::move(chunk));
@@ -150,9 +158,11 @@ Task<void> WhisperStreamProcessor::work() {
         SpeechChunk chunk = std::move(pendingChunks.front());
         pendingChunks.pop_front();
         pendingChunkSamples -= chunk.samples.size();
+        const Date end = chunk.date;
         ++inFlight;
         co_await transcribeOne(std::move(chunk));
         --inFlight;
+        heardUpTo = end;
     }
     isWorking = false;
     workerIdle.set();
@@ -160,20 +170,20 @@ Task<void> WhisperStreamProcessor::work() {
 
 Task<void> WhisperStreamProcessor::transcribeOne(SpeechChunk chunk) {
     const auto samples = static_cast<std::int64_t>(chunk.samples.size());
-    const CutMender::Hearing hearing = mender.begin(chunk);
-    if (hearing.samples.empty() && !mender.holdsWords()) co_return;
+    const std::vector<float> hearing = mender.begin(chunk);
+    if (hearing.empty() && !mender.holdsWords()) co_return;
     if (callbacks.onTranscriptionStarted) callbacks.onTranscriptionStarted();
     std::string text = co_await textOf(chunk, hearing);
-    const bool isWanted = text.empty() || callbacks.onResult({std::move(text), hearing.repeatsSound}, chunk);
+    const bool isWanted = text.empty() || callbacks.onResult(std::move(text), chunk);
     if (isWanted) completedSamples += samples;
     if (callbacks.onTranscriptionFinished) callbacks.onTranscriptionFinished();
 }
 
-Task<std::string> WhisperStreamProcessor::textOf(const SpeechChunk& chunk, const CutMender::Hearing& hearing) {
+Task<std::string> WhisperStreamProcessor::textOf(const SpeechChunk& chunk, const std::vector<float>& samples) {
     try {
         ChunkText heard;
-        if (!hearing.samples.empty()) heard = co_await use.transcribe(hearing.samples, chunk.endsInForcedCut);
-        co_return mender.end(chunk, hearing.samples, heard);
+        if (!samples.empty()) heard = co_await use.transcribe(samples, chunk.endsInForcedCut);
+        co_return mender.end(chunk, samples, heard);
     } catch (const std::exception& error) {
         log.error("Transcription chunk failed ({}): {}", speakerLabel, error.what());
         if (callbacks.onError) callbacks.onError(error.what());

@@ -30,19 +30,15 @@ namespace tavrin {
 /// Errors:   a chunk on which the engine fails costs that chunk.
 class WhisperStreamProcessor final {
 public:
-    struct Heard {
-        std::string text;
-        /// It may begin with words that the text before it ends with.
-        bool repeatsSound = false;
-    };
     struct Callbacks {
         std::function<void()> onTranscriptionStarted;
         /// After each chunk, however it ended.
         std::function<void()> onTranscriptionFinished;
         /// The error's text. May be empty.
         std::function<void(std::string)> onError;
-        /// A text that is not empty. False: nobody wants it any more, and its audio counts as not transcribed.
-        std::function<bool(Heard heard, const SpeechChunk& chunk)> onResult;
+        /// A text that is not empty, without words that the lane gave before. False: nobody wants it any more, and its
+        /// audio counts as not transcribed.
+        std::function<bool(std::string text, const SpeechChunk& chunk)> onResult;
     };
     struct Dependencies {
         Executor& main;
@@ -73,6 +69,9 @@ public:
     [[nodiscard]] std::int64_t completedSampleCount() const { return completedSamples; }
     [[nodiscard]] std::int64_t droppedSampleCount() const { return droppedSamples; }
 
+    /// Whether speech that ended before `date` may still become text.
+    [[nodiscard]] bool mayFollow(Date date) const;
+
     /// Ends when all that was heard is transcribed. Nothing is to come in any more.
     Task<void> flushForFinish();
 
@@ -85,8 +84,8 @@ private:
     void enqueue(SpeechChunk chunk);
     Task<void> work();
     Task<void> transcribeOne(SpeechChunk chunk);
-    /// What stands after a chunk. Chunk and hearing outlive the task.
-    Task<std::string> textOf(const SpeechChunk& chunk, const CutMender::Hearing& hearing);
+    /// What a chunk adds to the lane's text. Chunk and samples outlive the task.
+    Task<std::string> textOf(const SpeechChunk& chunk, const std::vector<float>& samples);
     void startWorker();
     void dropOldest();
 
@@ -103,6 +102,7 @@ private:
     std::int64_t submittedSamples = 0;
     std::int64_t completedSamples = 0;
     std::int64_t droppedSamples = 0;
+    std::optional<Date> heardUpTo; // date of the last chunk that is done
     CutMender mender;
     bool isCancelled = false;
     bool isWorking = false;

@@ -133,7 +133,9 @@ public:
     std::optional<std::string> token = "tavrin_test";
     bool mayUseMicrophone = true;
     bool isDictating = false;
+    std::shared_ptr<const VocabularyCorrector> vocabulary;
     Executor& storage = time.addExecutor();
+    Executor& background = time.addExecutor();
     Executor& engineQueue = time.addExecutor();
     DiagnosticsLogger diagnostics{disk, storage, time.wallClock(), time.steadyClock()};
     ModelFolderResolver folders;
@@ -171,10 +173,12 @@ private:
                             .diagnostics = diagnostics},
                 .applicationSupport = disk,
                 .storage = storage,
+                .background = background,
                 .powerActivity = powerActivity,
                 .loadAPIToken = [this] -> Task<std::optional<std::string>> { co_return token; },
                 .requestMicrophoneAccess = [this] -> Task<bool> { co_return mayUseMicrophone; },
-                .isDictationBusy = [this] { return isDictating; }};
+                .isDictationBusy = [this] { return isDictating; },
+                .vocabulary = [this] { return vocabulary; }};
     }
 };
 

@@ -80,6 +80,7 @@ private:
     FakePowerActivity power;
     NoDevices devices;
     Executor& storage = time.addExecutor();
+    Executor& background = time.addExecutor();
     DiagnosticsLogger diagnostics{disk, storage, time.wallClock(), time.steadyClock()};
     ModelFolderResolver folders{preferences, ModelDeployment{.smallVariant = std::nullopt}, {}};
     WhisperModelService models{time.main(), folders};
@@ -91,7 +92,7 @@ private:
     LiveCapture::Dependencies capture{time.main(),      time.addExecutor(), time.addExecutor(),
                                       time.wallClock(), mixedCapture,       engines,
                                       models,           diagnostics};
-    TranscriptionSession session{{capture, disk, storage, power,
+    TranscriptionSession session{{capture, disk, storage, background, power,
                                   [] -> Task<std::optional<std::string>> { co_return "tavrin_bench"; },
                                   [] -> Task<bool> { co_return true; }, [] { return false; }}};
     Theme theme{*qApp};

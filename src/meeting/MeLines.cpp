@@ -1,0 +1,93 @@
+#include "meeting/MeLines.h"
+
+#include "audio/PcmFormat.h"
+#include "dictation/text/LooseWords.h"
+#include "dictation/text/MergeOverlap.h"
+#include "support/async/Sleep.h"
+#include "support/text/Unicode.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavrin {
+
+namespace {
+
+constexpr Duration remembered = std::chrono::minutes(1);
+
+std::vector<std::string> normalForms(std::string_view text) {
+    std::vector<std::string> forms;
+    for (const std::string_view word : words(text))
+        if (std::string form = normalizedWord(word); !form.empty()) forms.push_back(std::move(form));
+    return forms;
+}
+
+/// At least half of the first lies in the second.
+bool isDuring(const SpokenStretch& mine, const SpokenStretch& theirs) {
+    const Date from = std::max(mine.from, theirs.from), to = std::min(mine.to, theirs.to + MeLines::latestEcho);
+    return 2 * to.secondsSince(from) >= mine.to.secondsSince(mine.from);
+}
+
+} // namespace
+
+SpokenStretch spoken(const SpeechChunk& chunk, std::string text) {
+    const auto length = std::chrono::duration<double>(static_cast<double>(chunk.samples.size()) / pcmSampleRate);
+    return {
+        .from = chunk.date - std::chrono::duration_cast<Duration>(length), .to = chunk.date, .text = std::move(text)};
+}
+
+MeLines::MeLines(Executor& main, LiveTranscript& liveTranscript, MayFollow wordsMayFollow)
+    : transcript(liveTranscript), mayFollow(std::move(wordsMayFollow)), tasks(main) {}
+
+void MeLines::add(SpokenStretch heard, std::uint64_t generation, std::optional<std::string> meetingID) {
+    const bool mustWait = !held.empty() || mayFollow(heard.to);
+    held.push_back({std::move(heard), generation, std::move(meetingID)});
+    if (!mustWait)
+        enterFirst();
+    else if (tasks.isEmpty())
+        tasks.spawn(watch());
+}
+
+void MeLines::themSaid(SpokenStretch heard) {
+    const Date now = heard.to;
+    others.push_back(std::move(heard));
+    while (now - others.front().to > remembered)
+        others.pop_front();
+}
+
+Task<void> MeLines::watch() {
+    while (!held.empty()) {
+        co_await sleepFor(lookInterval);
+        for (Held& each : held)
+            each.waited += lookInterval;
+        while (!held.empty() && (held.front().waited >= longestWait || !mayFollow(held.front().heard.to)))
+            enterFirst();
+    }
+}
+
+void MeLines::enterFirst() {
+    Held first = std::move(held.front());
+    held.pop_front();
+    if (!transcript.isValid(first.generation, first.meetingID) || isShortEcho(first.heard)) return;
+    transcript.addSegment({.text = std::move(first.heard.text),
+                           .speakerLabel = std::string(meLabel),
+                           .date = first.heard.to,
+                           .applyEchoGuard = true});
+}
+
+bool MeLines::isShortEcho(const SpokenStretch& mine) const {
+    const std::vector<std::string> forms = normalForms(mine.text);
+    if (forms.empty() || forms.size() > mostShortWords) return false;
+    std::vector<std::string> theirs;
+    for (const SpokenStretch& stretch : others)
+        if (isDuring(mine, stretch)) std::ranges::move(normalForms(stretch.text), std::back_inserter(theirs));
+    return !std::ranges::search(theirs, forms, looseWordMatch).empty();
+}
+
+void MeLines::release() {
+    tasks.clear();
+    while (!held.empty())
+        enterFirst();
+}
+
+} // namespace tavrin
