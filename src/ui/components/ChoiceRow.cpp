@@ -6,8 +6,10 @@
 namespace tavrin {
 
 ChoiceRow::ChoiceRow(const Theme& shown, const QString& accessibleName, QWidget* parent)
-    : QWidget(parent), theme(shown), row(new QHBoxLayout(this)) {
+    : QWidget(parent), theme(shown), row(new QHBoxLayout(this)), tabMark(new QWidget(this)) {
     setAccessibleName(accessibleName);
+    tabMark->setFocusPolicy(Qt::ClickFocus); // never clicked, nor reached by Tab
+    tabMark->setFixedSize(0, 0);
     row->setContentsMargins(0, 0, 0, 0);
     followTheme(*this, theme);
 }
@@ -27,6 +29,7 @@ void ChoiceRow::setChoices(const QStringList& names) {
             chosenIndex = index;
             emit chosen(index);
         });
+        setTabOrder(buttons.isEmpty() ? tabMark : buttons.last(), button);
         buttons.append(button);
         row->insertWidget(index, button);
     }

@@ -34,6 +34,7 @@ protected:
     QHBoxLayout* row;
 
 private:
+    QWidget* tabMark; // keeps the place in the order of the Tab key for choices that come later
     QList<QAbstractButton*> buttons;
     int chosenIndex = -1;
 };

@@ -10,16 +10,24 @@ namespace tavrin {
 
 Row::Row(const Theme& shown, const QString& title, const QString& caption, QWidget* parent)
     : QWidget(parent), theme(shown), row(new QHBoxLayout(this)),
+      aside(new Label(shown, TextStyle::caption, {}, Token::text2, this)),
       captionLabel(new Label(shown, TextStyle::caption, caption, Token::text2, this)) {
     row->setContentsMargins(16, 6, 16, 6);
     row->setSpacing(12);
     auto* words = new QVBoxLayout;
     words->setSpacing(0);
     words->addStretch(1);
-    words->addWidget(new Label(theme, TextStyle::text, title, Token::text, this));
+    auto* head = new QHBoxLayout;
+    head->setSpacing(8);
+    head->addWidget(new Label(theme, TextStyle::text, title, Token::text, this));
+    head->addWidget(aside);
+    head->addStretch(1);
+    words->addLayout(head);
     words->addWidget(captionLabel);
     words->addStretch(1);
     captionLabel->setVisible(!caption.isEmpty());
+    aside->setTabular(true);
+    aside->hide();
     row->addLayout(words, 1);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     followTheme(*this, theme);
@@ -33,6 +41,11 @@ void Row::add(QWidget* part) {
 void Row::setCaption(const QString& caption) {
     captionLabel->setText(caption);
     captionLabel->setVisible(!caption.isEmpty());
+}
+
+void Row::setAside(const QString& words) {
+    aside->setText(words);
+    aside->setVisible(!words.isEmpty());
 }
 
 void Row::setCaptionColor(Token color) {

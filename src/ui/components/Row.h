@@ -10,8 +10,8 @@ namespace tavrin {
 
 class Label;
 
-/// A row of a card: a title, a caption below it if there is one, and what belongs to it at the right. Rows after the
-/// first of a card have a line above.
+/// A row of a card: a title, perhaps some words beside it, a caption below it if there is one, and what belongs to it
+/// at the right. Rows after the first of a card have a line above.
 class Row final : public QWidget {
     Q_OBJECT
 
@@ -21,6 +21,8 @@ public:
     /// Puts a control or a label at the right end; takes it over.
     void add(QWidget* part);
     void setCaption(const QString& caption);
+    /// A few small words beside the title, such as a size.
+    void setAside(const QString& words);
     void setCaptionColor(Token color);
     /// Lets the caption be cut in the middle, as paths are.
     void setCaptionElide(Qt::TextElideMode mode);
@@ -36,6 +38,7 @@ protected:
 private:
     const Theme& theme;
     QHBoxLayout* row;
+    Label* aside;
     Label* captionLabel;
     bool lineAbove = false;
     int leastHeight = 44;
