@@ -104,7 +104,7 @@ void MainWindow::addKey(const QKeySequence& keys, const QString& name, const std
     addAction(action);
     // What a sheet covers does not answer to keys either.
     connect(action, &QAction::triggered, this, [this, act] {
-        if (!setup->isOpen()) act();
+        if (!isCovered(*this)) act();
     });
 }
 

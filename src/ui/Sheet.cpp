@@ -8,6 +8,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace tavrin {
 
@@ -115,6 +116,11 @@ bool Sheet::focusNextPrevChild(bool next) {
     const qsizetype to = at < 0 ? 0 : (at + (next ? 1 : all.size() - 1)) % all.size();
     all.at(to)->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
     return true;
+}
+
+bool isCovered(const QWidget& widget) {
+    const auto sheets = widget.window()->findChildren<Sheet*>();
+    return std::ranges::any_of(sheets, [](const Sheet* sheet) { return sheet->isOpen(); });
 }
 
 } // namespace tavrin

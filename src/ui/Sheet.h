@@ -52,4 +52,7 @@ private:
     QPointer<QWidget> focusBefore;
 };
 
+/// Whether a sheet is open over the window of `widget`: keys of what it covers are silent then.
+[[nodiscard]] bool isCovered(const QWidget& widget);
+
 } // namespace tavrin

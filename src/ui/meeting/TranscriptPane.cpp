@@ -18,11 +18,6 @@ namespace {
 
 constexpr std::array zoomSteps{0.8, 0.9, 1.0, 1.1, 1.25, 1.5, 1.75, 2.0};
 
-bool isCovered(const QWidget& widget) {
-    const auto sheets = widget.window()->findChildren<Sheet*>();
-    return std::ranges::any_of(sheets, [](const Sheet* sheet) { return sheet->isOpen(); });
-}
-
 } // namespace
 
 TranscriptPane::TranscriptPane(const Theme& look, TranscriptLines& transcript, QWidget* parent)
