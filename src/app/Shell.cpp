@@ -6,24 +6,47 @@
 #include "ui/meeting/MeetingPage.h"
 #include "ui/settings/SettingsPage.h"
 
+#include <QDesktopServices>
+#include <QUrl>
+
 namespace tavrin {
 
 namespace {
 
 constexpr Logger log{"Shell"};
 
+std::string noticeOf(const std::optional<JsonPreferences::Damage>& damage) {
+    if (!damage) return {};
+    if (damage->keptAs)
+        return "The settings could not be read and stand at their defaults. The damaged file is kept as " +
+               damage->keptAs->string() + ".";
+    return "The settings in " + damage->file.string() +
+           " can neither be read nor set aside. What you change here is gone when you quit.";
+}
+
 SettingsPresenter::Dependencies settingsOf(Executor& main, Services& services) {
     const auto& folders = services.folders;
     return {.main = main,
             .preferences = services.preferences,
+            .settings = services.settings,
+            .defaultServerAddress = services.deployment.server.defaultEndpoint,
+            .vocabulary = services.vocabulary,
+            .exampleHeard = services.deployment.vocabulary.exampleHeard,
+            .exampleCorrect = services.deployment.vocabulary.exampleCorrect,
+            .loginItem = services.loginItem,
             .credentials = services.credentials,
             .credentialStore = services.credentialStore,
             .models = services.models,
             .folders = services.modelFolders,
-            .privacy = {{.name = "Recordings", .value = (folders.documents() / "Recordings").string()},
-                        {.name = "Diagnostics", .value = (folders.documents() / "Diagnostics").string()},
-                        {.name = "Speech models", .value = (folders.documents() / "OnDeviceModels").string()},
-                        {.name = "Preferences", .value = folders.preferences().string()}},
+            .kept = {.main = main,
+                     .storage = services.fileWork(),
+                     .applicationSupport = services.userData(),
+                     .places = {.recordings = folders.documents() / "Recordings",
+                                .models = folders.documents() / "OnDeviceModels",
+                                .preferences = folders.preferences(),
+                                .diagnostics = folders.documents() / "Diagnostics"},
+                     .openMeeting = [&session = services.session] { return session.openMeetingID(); }},
+            .notice = noticeOf(services.preferences.damageAtStart()),
             .version = TAVRIN_VERSION};
 }
 
@@ -36,6 +59,8 @@ Shell::Shell(QApplication& app, Executor& mainExecutor, Services& all)
     joinTray();
     joinWindow();
     watchDevices();
+    connect(&settings, &SettingsPresenter::folderOpenRequested, this,
+            [](const QString& folder) { QDesktopServices::openUrl(QUrl::fromLocalFile(folder)); });
     connect(&meeting, &MeetingPresenter::changed, this, [this] { showStatus(); });
     showStatus();
 }

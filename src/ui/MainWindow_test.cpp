@@ -1,7 +1,6 @@
 #include "ui/MainWindow.h"
 #include "ui/ModelSetupSheet.h"
 #include "ui/UiTestSupport.h"
-#include "ui/components/LineField.h"
 #include "ui/components/NoticeLine.h"
 #include "ui/meeting/MeetingPage.h"
 #include "ui/meeting/TranscriptView.h"
@@ -138,10 +137,10 @@ TEST_F(MainWindowTest, more_contrast_strengthens_the_lines_of_controls) {
 
 TEST_F(MainWindowTest, focus_stays_in_an_open_sheet_and_esc_gives_it_back) {
     window.showSection(Section::settings);
-    auto* token = window.settingsPage().findChild<QLineEdit*>();
-    token->setFocus();
+    auto* field = window.settingsPage().findChild<QLineEdit*>();
+    field->setFocus();
     settle();
-    ASSERT_EQ(QApplication::focusWidget(), token);
+    ASSERT_EQ(QApplication::focusWidget(), field);
     auto& sheet = window.modelSetup();
     sheet.setModels({}, true);
     sheet.open();
@@ -155,7 +154,7 @@ TEST_F(MainWindowTest, focus_stays_in_an_open_sheet_and_esc_gives_it_back) {
     press(*QApplication::focusWidget(), Qt::Key_Escape);
     EXPECT_EQ(cancelled, 1);
     EXPECT_FALSE(sheet.isOpen());
-    EXPECT_EQ(QApplication::focusWidget(), token);
+    EXPECT_EQ(QApplication::focusWidget(), field);
 }
 
 TEST_F(MainWindowTest, closing_hides_and_says_so) {
@@ -194,35 +193,13 @@ TEST_F(MainWindowTest, tab_stops_in_the_bar_at_the_section_that_is_shown_and_at_
     EXPECT_EQ(names.join(QStringLiteral(", ")).toStdString(), "Meeting, Not signed in, Start Recording");
 }
 
-TEST_F(MainWindowTest, tab_walks_the_settings_from_top_to_bottom) {
-    SettingsState state;
-    state.tokenSaved = true;
-    state.languages = {{"auto", "Detect automatically"}, {"en", "English"}};
-    state.language = "auto";
-    state.spellings = {{"british", "British"}, {"american", "American"}};
-    state.spelling = "british";
-    auto& page = window.settingsPage();
-    page.show(state);
-    window.showSection(Section::settings);
-    settle();
-    QStringList names;
-    page.findChild<QLineEdit*>()->setFocus(Qt::TabFocusReason);
-    for (int i = 0; i < 5; ++i) {
-        QWidget* now = QApplication::focusWidget();
-        ASSERT_NE(now, nullptr);
-        const auto* button = qobject_cast<QAbstractButton*>(now);
-        names += button ? button->text() : now->accessibleName();
-        press(*now, Qt::Key_Tab);
-    }
-    EXPECT_EQ(names.join(QStringLiteral(", ")),
-              QStringLiteral("API token, Remove, Look again, Speech language, British"));
-}
-
 TEST_F(MainWindowTest, a_live_change_of_the_theme_reaches_everything) {
     const auto fill = [](MainWindow& target) {
         SettingsState state;
-        state.models = {{"Meeting model", "Writes", "/somewhere", "Ready", SettingsState::Model::Condition::ready}};
-        state.privacy = {{"Transcripts", "here"}};
+        state.models = {{"Meeting model", "Writes", "/somewhere", "Ready",
+                         SettingsState::Model::Condition::ready, "145 MB"}};
+        state.kept = {{"Transcripts", "here", "2 files, 1 kB", "/somewhere", true}};
+        state.corrections = {{"1", "Holden", "Halden"}};
         state.tokenState = "Saved.";
         target.settingsPage().show(state);
         MeetingState meeting;
@@ -249,21 +226,6 @@ TEST_F(MainWindowTest, a_live_change_of_the_theme_reaches_everything) {
     fill(fresh);
     for (const auto section : {Section::meeting, Section::settings, Section::home})
         EXPECT_EQ(picture(window, section), picture(fresh, section)) << int(section);
-}
-
-TEST_F(MainWindowTest, a_token_is_hidden_trimmed_and_saved_by_enter) {
-    QStringList saved;
-    auto& page = window.settingsPage();
-    QObject::connect(&page, &SettingsPage::tokenSaveRequested, [&](const QString& token) { saved += token; });
-    window.showSection(Section::settings);
-    page.show(SettingsState{});
-    auto* token = page.findChild<QLineEdit*>();
-    EXPECT_EQ(token->echoMode(), QLineEdit::Password);
-    press(*token, Qt::Key_Return);
-    EXPECT_TRUE(saved.isEmpty()) << "nothing was written";
-    token->setText(QStringLiteral("  abc "));
-    press(*token, Qt::Key_Return);
-    EXPECT_EQ(saved, QStringList{QStringLiteral("abc")});
 }
 
 } // namespace

@@ -161,26 +161,4 @@ MeetingState finished() {
     return state;
 }
 
-SettingsState settings() {
-    using Condition = SettingsState::Model::Condition;
-    SettingsState state;
-    state.tokenSaved = true;
-    state.tokenState = "Saved.";
-    state.tokenKeptWhere = "Kept in this desktop’s keyring.";
-    state.models = {{"Meeting model", "Writes down what is said in meetings",
-                     "~/.local/share/tavrin/models/large-turbo", "Ready", Condition::ready},
-                    {"Dictation model", "Writes down dictations", "~/.local/share/tavrin/models/small.en",
-                     "Not installed", Condition::missing},
-                    {"Speaker model", "The file decoder.onnx is cut short.", "~/.local/share/tavrin/models/speakers",
-                     "Damaged", Condition::broken}};
-    state.languages = {{"auto", "Detect automatically"}, {"en", "English"}, {"de", "German"}};
-    state.language = "auto";
-    state.spellings = {{"british", "British"}, {"american", "American"}};
-    state.spelling = "british";
-    state.privacy = {{"Meeting transcripts", "on this computer, 30 days"},
-                     {"Meeting audio", "on this computer, until the transcript is finished"}};
-    state.version = "0.1.0";
-    return state;
-}
-
 } // namespace tavrin::shots

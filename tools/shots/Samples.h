@@ -2,7 +2,6 @@
 
 #include "meeting/TranscriptSegment.h"
 #include "ui/meeting/MeetingState.h"
-#include "ui/settings/SettingsState.h"
 
 #include <vector>
 
@@ -27,7 +26,5 @@ MeetingState restored();
 MeetingState german();
 /// A meeting that has ended.
 MeetingState finished();
-
-SettingsState settings();
 
 } // namespace tavrin::shots

@@ -1,5 +1,6 @@
 #include "Camera.h"
 #include "Samples.h"
+#include "SettingsShots.h"
 #include "ui/MainWindow.h"
 #include "ui/ModelSetupSheet.h"
 #include "ui/Theme.h"
@@ -196,8 +197,7 @@ void takeSections(Theme& theme, shots::Camera& camera, const QString& suffix) {
                                   std::pair{Section::screenRecording, "screen"},
                                   std::pair{Section::notes, "notes"},
                                   std::pair{Section::dictation, "dictation"},
-                                  std::pair{Section::activity, "activity"},
-                                  std::pair{Section::settings, "settings"}};
+                                  std::pair{Section::activity, "activity"}};
     for (const auto& [section, name] : sections) {
         const auto window = makeWindow(theme, section);
         camera.take(*window, QString::fromLatin1(name) + suffix, usual);
@@ -207,10 +207,8 @@ void takeSections(Theme& theme, shots::Camera& camera, const QString& suffix) {
     setup->modelSetup().open();
     camera.take(*setup, QStringLiteral("model-setup") + suffix, usual);
     theme.setFontScale(2);
-    for (const auto& [section, name] : {std::pair{Section::settings, "settings"}, std::pair{Section::home, "home"}}) {
-        const auto large = makeWindow(theme, section);
-        camera.take(*large, QString::fromLatin1(name) + QStringLiteral("-large-type") + suffix, small);
-    }
+    const auto large = makeWindow(theme, Section::home);
+    camera.take(*large, QStringLiteral("home-large-type") + suffix, small);
     theme.setFontScale(1);
 }
 
@@ -246,6 +244,7 @@ int main(int argc, char** argv) {
         takeTranscriptWindow(theme, camera, end);
         takeMenus(theme, camera, end);
         takeSections(theme, camera, end);
+        shots::takeSettings(theme, camera, end);
     }
     QTextStream(stdout) << camera.written() << " pictures in " << arguments.at(1) << '\n';
     return camera.failed() == 0 ? 0 : 1;

@@ -1,19 +1,26 @@
 #include "ui/settings/SettingsPage.h"
 
 #include "ui/PlatformWords.h"
+#include "ui/Sheet.h"
 #include "ui/components/Button.h"
-#include "ui/components/Card.h"
-#include "ui/components/IconView.h"
+#include "ui/components/EmptyState.h"
 #include "ui/components/Label.h"
 #include "ui/components/LineField.h"
-#include "ui/components/Picker.h"
-#include "ui/components/Row.h"
+#include "ui/components/NoticeLine.h"
 #include "ui/components/ScrollPage.h"
-#include "ui/components/Segments.h"
 #include "ui/components/Tabs.h"
-#include "ui/settings/ModelRows.h"
+#include "ui/settings/AboutSection.h"
+#include "ui/settings/AccountSection.h"
+#include "ui/settings/DictationSection.h"
+#include "ui/settings/MeetingsSection.h"
+#include "ui/settings/ModelsSection.h"
+#include "ui/settings/PrivacySection.h"
+#include "ui/settings/VocabularySection.h"
 
+#include <QAction>
+#include <QCoreApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
@@ -22,32 +29,28 @@ namespace tavrin {
 namespace {
 
 constexpr int widestContent = 880;
-constexpr int longestToken = 4096;
-
-template <class Container>
-QStringList namesOf(const Container& choices) {
-    QStringList names;
-    for (const auto& choice : choices)
-        names.append(QString::fromStdString(choice.name));
-    return names;
-}
-
-int indexOf(const std::vector<SettingsState::Choice>& choices, const std::string& value) {
-    for (std::size_t i = 0; i < choices.size(); ++i)
-        if (choices[i].value == value) return int(i);
-    return -1;
-}
+constexpr int searchWidth = 208;
 
 } // namespace
 
 SettingsPage::SettingsPage(const Theme& shown, QWidget* parent)
-    : QWidget(parent), theme(shown),
-      tabs(new Tabs(shown, tr("Sections of the settings"),
-                    {tr("Account"), tr("Models"), tr("Privacy"), tr("Meetings"), tr("About")}, this)),
-      scroll(new ScrollPage(shown, this)) {
+    : QWidget(parent), theme(shown), scroll(new ScrollPage(shown, this)) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 24, 0, 0);
     column->setSpacing(8);
+    column->addWidget(makeHead());
+    column->addWidget(scroll, 1);
+    QVBoxLayout& page = scroll->content();
+    page.setContentsMargins(0, 6, 0, 32);
+    page.setSpacing(16);
+    addSections(page);
+    joinSections();
+    addSearchKey();
+    connect(tabs, &Tabs::chosen, this, &SettingsPage::goTo);
+    connect(scroll->verticalScrollBar(), &QScrollBar::valueChanged, this, &SettingsPage::markTab);
+}
+
+QWidget* SettingsPage::makeHead() {
     auto* head = new QWidget(this);
     auto* centred = new QHBoxLayout(head);
     centred->setContentsMargins(32, 0, 32, 0);
@@ -56,203 +59,146 @@ SettingsPage::SettingsPage(const Theme& shown, QWidget* parent)
     centred->addStretch(1);
     centred->addWidget(narrow, 1000);
     centred->addStretch(1);
-    auto* words = new QVBoxLayout(narrow);
-    words->setContentsMargins(0, 2, 0, 0);
-    words->setSpacing(10);
-    words->addWidget(new Label(theme, TextStyle::page, tr("Settings"), Token::text, narrow));
-    words->addWidget(tabs);
-    column->addWidget(head);
-    column->addWidget(scroll, 1);
+    auto* lines = new QVBoxLayout(narrow);
+    lines->setContentsMargins(0, 0, 0, 0);
+    lines->setSpacing(8);
+    auto* top = new QHBoxLayout;
+    top->addWidget(new Label(theme, TextStyle::page, tr("Settings"), Token::text, narrow));
+    top->addStretch(1);
+    field = new LineField(theme, tr("Search settings"), tr("Search settings"), QStringLiteral("search"), narrow);
+    field->edit().setClearButtonEnabled(false);
+    field->edit().installEventFilter(this);
+    const auto fit = [this] { field->setFixedWidth(theme.scaled(searchWidth)); };
+    fit();
+    connect(&theme, &Theme::changed, field, fit);
+    connect(&field->edit(), &QLineEdit::textChanged, this, &SettingsPage::filter);
+    top->addWidget(field);
+    lines->addLayout(top);
+    tabs = new Tabs(
+        theme, tr("Sections of the settings"),
+        {tr("Account"), tr("Models"), tr("Privacy"), tr("Meetings"), tr("Dictation"), tr("Vocabulary"), tr("About")},
+        narrow);
+    lines->addWidget(tabs);
+    notice = new NoticeLine(theme, NoticeLine::Kind::warning, {}, narrow);
+    notice->setClosable(true);
+    notice->hide();
+    lines->addWidget(notice);
+    connect(notice, &NoticeLine::closeRequested, this, &SettingsPage::noticeDismissed);
+    return head;
+}
 
-    QVBoxLayout& page = scroll->content();
-    page.setContentsMargins(0, 6, 0, 32);
-    page.setSpacing(8);
-    addAccount(page);
-    addModels(page);
-    addPrivacy(page);
-    addMeetings(page);
-    addAbout(page);
+void SettingsPage::addSections(QVBoxLayout& page) {
+    account = new AccountSection(theme, this);
+    models = new ModelsSection(theme, this);
+    privacy = new PrivacySection(theme, this);
+    meetings = new MeetingsSection(theme, this);
+    dictation = new DictationSection(theme, this);
+    vocabulary = new VocabularySection(theme, this);
+    about = new AboutSection(theme, this);
+    sections = {account, models, privacy, meetings, dictation, vocabulary, about};
+    for (SettingsSection* section : sections) {
+        page.addWidget(section);
+        connect(section, &SettingsSection::switched, this, &SettingsPage::switched);
+    }
+    nothing = new EmptyState(theme, QStringLiteral("search"), tr("Nothing found"),
+                             tr("No setting says all of these words. Try fewer, or other ones."), this);
+    auto* all = new Button(theme, Button::Kind::normal, tr("Show all settings"), {}, nothing);
+    nothing->add(all);
+    nothing->hide();
+    connect(all, &Button::clicked, this, [this] { search({}); });
+    page.addWidget(nothing, 1000);
     page.addStretch(1);
-    connect(tabs, &Tabs::chosen, this, [this](int part) { scroll->scrollTo(*headings.at(std::size_t(part))); });
-    connect(scroll->verticalScrollBar(), &QScrollBar::valueChanged, this, &SettingsPage::markTab);
 }
 
-void SettingsPage::addAccount(QVBoxLayout& page) {
-    headings[account] = new Label(theme, TextStyle::section, tr("Account"), Token::text, this);
-    page.addWidget(headings[account]);
-    auto* card = new Card(theme, this);
-    page.addWidget(card);
-    page.addSpacing(6);
-
-    auto* who =
-        new Row(theme, tr("Not signed in"), tr("Signing in comes with a later version. A token is enough."), card);
-    who->setMinimumRowHeight(52);
-    card->content().addWidget(who);
-
-    auto* row = new Row(theme, tr("API token"), {}, card);
-    row->setLineAbove(true);
-    token = new LineField(theme, tr("API token"), tr("Paste a token"), {}, row);
-    token->edit().setEchoMode(QLineEdit::Password);
-    token->edit().setMaxLength(longestToken);
-    const auto fitToken = [this] { token->setFixedWidth(qMin(theme.scaled(264), 320)); };
-    fitToken();
-    connect(&theme, &Theme::changed, token, fitToken);
-    saveToken = new Button(theme, Button::Kind::normal, tr("Save"), {}, row);
-    row->add(token);
-    row->add(saveToken);
-    card->content().addWidget(row);
-    const auto save = [this] {
-        if (saveToken->isEnabled()) emit tokenSaveRequested(token->text().trimmed());
-    };
-    connect(saveToken, &Button::clicked, this, save);
-    connect(&token->edit(), &QLineEdit::returnPressed, this, save);
-    connect(&token->edit(), &QLineEdit::textChanged, this, &SettingsPage::showToken);
-
-    auto* below = new QWidget(card);
-    auto* words = new QVBoxLayout(below);
-    words->setContentsMargins(16, 0, 16, 12);
-    words->setSpacing(0);
-    tokenState = new Label(theme, TextStyle::caption, {}, Token::text2, below);
-    keptWhere = new Label(theme, TextStyle::caption, {}, Token::text2, below);
-    tokenState->setWordWrap(true);
-    keptWhere->setWordWrap(true);
-    words->addWidget(tokenState);
-    words->addWidget(keptWhere);
-    card->content().addWidget(below);
-}
-
-void SettingsPage::addModels(QVBoxLayout& page) {
-    headings[models] = new Label(theme, TextStyle::section, tr("Models"), Token::text, this);
-    page.addWidget(headings[models]);
-    modelRows = new ModelRows(theme, this);
-    page.addWidget(modelRows);
-    page.addSpacing(6);
-    connect(modelRows, &ModelRows::refreshRequested, this, &SettingsPage::modelsRefreshRequested);
-}
-
-void SettingsPage::addPrivacy(QVBoxLayout& page) {
-    headings[privacy] = new Label(theme, TextStyle::section, tr("Privacy"), Token::text, this);
-    page.addWidget(headings[privacy]);
-    auto* holder = new QWidget(this);
-    auto* column = new QVBoxLayout(holder);
-    column->setContentsMargins(0, 0, 0, 0);
-    privacyCard = new Card(theme, holder);
-    column->addWidget(privacyCard);
-    page.addWidget(holder);
-    page.addSpacing(6);
-}
-
-void SettingsPage::addMeetings(QVBoxLayout& page) {
-    headings[meetings] = new Label(theme, TextStyle::section, tr("Meetings"), Token::text, this);
-    page.addWidget(headings[meetings]);
-    auto* card = new Card(theme, this);
-    auto* languageRow = new Row(theme, tr("Speech language"), tr("Counts from the next meeting on"), card);
-    languageRow->setMinimumRowHeight(52);
-    language = new Picker(theme, tr("Speech language"), {}, languageRow);
-    languageRow->add(language);
-    auto* spellingRow = new Row(theme, tr("English spelling"), {}, card);
-    spellingRow->setLineAbove(true);
-    spelling = new Segments(theme, tr("English spelling"), {}, spellingRow);
-    spellingRow->add(spelling);
-    card->content().addWidget(languageRow);
-    card->content().addWidget(spellingRow);
-    page.addWidget(card);
-    page.addSpacing(6);
-    connect(language, &Picker::activated, this, [this](int index) {
-        if (index >= 0 && index < int(state.languages.size()))
-            emit languageChosen(QString::fromStdString(state.languages[std::size_t(index)].value));
-    });
-    connect(spelling, &Segments::chosen, this, [this](int index) {
-        if (index < int(state.spellings.size()))
-            emit spellingChosen(QString::fromStdString(state.spellings[std::size_t(index)].value));
-    });
-}
-
-void SettingsPage::addAbout(QVBoxLayout& page) {
-    headings[about] = new Label(theme, TextStyle::section, tr("About"), Token::text, this);
-    page.addWidget(headings[about]);
-    auto* card = new Card(theme, this);
-    auto* widget = new QWidget(card);
-    auto* row = new QHBoxLayout(widget);
-    row->setContentsMargins(16, 10, 16, 10);
-    row->setSpacing(12);
-    row->addWidget(new IconView(theme, QStringLiteral("app"), 36, Token::text, widget));
-    auto* words = new QVBoxLayout;
-    words->setSpacing(0);
-    words->addWidget(new Label(theme, TextStyle::textMedium, tr("Tavrin Assistant"), Token::text, widget));
-    version = new Label(theme, TextStyle::caption, {}, Token::text2, widget);
-    version->setTabular(true);
-    words->addWidget(version);
-    row->addLayout(words, 1);
-    card->content().addWidget(widget);
-    page.addWidget(card);
+void SettingsPage::joinSections() {
+    connect(account, &AccountSection::tokenSaveRequested, this, &SettingsPage::tokenSaveRequested);
+    connect(account, &AccountSection::serverAddressEntered, this, &SettingsPage::serverAddressEntered);
+    connect(models, &ModelsSection::refreshRequested, this, &SettingsPage::modelsRefreshRequested);
+    connect(privacy, &PrivacySection::folderOpenRequested, this, &SettingsPage::folderOpenRequested);
+    connect(privacy, &PrivacySection::leftAudioDeleteRequested, this, &SettingsPage::leftAudioDeleteRequested);
+    connect(meetings, &MeetingsSection::languageChosen, this, &SettingsPage::languageChosen);
+    connect(meetings, &MeetingsSection::spellingChosen, this, &SettingsPage::spellingChosen);
+    connect(dictation, &DictationSection::hotkeyChosen, this, &SettingsPage::hotkeyChosen);
+    connect(vocabulary, &VocabularySection::correctionSaveRequested, this, &SettingsPage::correctionSaveRequested);
+    connect(vocabulary, &VocabularySection::correctionDeleteRequested, this, &SettingsPage::correctionDeleteRequested);
 }
 
 void SettingsPage::show(const SettingsState& newState) {
     if (filled && newState == state) return;
-    const bool languagesChanged = !filled || newState.languages != state.languages;
-    const bool spellingsChanged = !filled || newState.spellings != state.spellings;
-    const bool privacyChanged = !filled || newState.privacy != state.privacy;
     state = newState;
     filled = true;
-    showToken();
-    modelRows->show(state.models, state.modelsChecking);
-    if (privacyChanged) showPrivacy(state.privacy);
-    if (languagesChanged) {
-        language->clear();
-        language->addItems(namesOf(state.languages));
-    }
-    language->setCurrentIndex(indexOf(state.languages, state.language));
-    if (spellingsChanged) spelling->setChoices(namesOf(state.spellings));
-    spelling->setCurrent(indexOf(state.spellings, state.spelling));
-    version->setText(QString::fromStdString(state.version));
+    notice->setText(platformWords(state.notice));
+    notice->setVisible(!state.notice.empty());
+    account->show(state);
+    models->show(state.models, state.modelsChecking);
+    privacy->show(state);
+    meetings->show(state);
+    dictation->show(state);
+    vocabulary->show(state);
+    about->show(state);
 }
 
 void SettingsPage::clearToken() {
-    token->edit().clear();
+    account->clearToken();
 }
 
-void SettingsPage::showToken() {
-    token->edit().setPlaceholderText(state.tokenSaved ? tr("A token is saved. Paste another one")
-                                                      : tr("Paste a token"));
-    const bool written = !token->text().trimmed().isEmpty();
-    // An empty field says "forget it" where a token is kept; elsewhere there is nothing to do.
-    saveToken->setText(state.tokenSaved && !written ? tr("Remove") : tr("Save"));
-    saveToken->setKind(state.tokenSaved && !written ? Button::Kind::destructive : Button::Kind::normal);
-    saveToken->setEnabled(state.tokenSaveEnabled && (written || state.tokenSaved));
-    saveToken->updateGeometry();
-    tokenState->setText(platformWords(state.tokenState));
-    tokenState->setColor(state.tokenStateIsError ? Token::recText : Token::text2);
-    tokenState->setVisible(!state.tokenState.empty());
-    keptWhere->setText(platformWords(state.tokenKeptWhere));
-    keptWhere->setVisible(!state.tokenKeptWhere.empty());
+void SettingsPage::refuseServerAddress(const QString& reason) {
+    account->refuseServerAddress(reason);
 }
 
-void SettingsPage::showPrivacy(const std::vector<SettingsState::Fact>& facts) {
-    auto* holder = privacyCard->parentWidget();
-    delete privacyCard;
-    privacyCard = new Card(theme, holder);
-    for (const auto& fact : facts) {
-        auto* row = new Row(theme, QString::fromStdString(fact.name), {}, privacyCard);
-        row->setLineAbove(&fact != &facts.front());
-        auto* value = new Label(theme, TextStyle::caption, platformWords(fact.value), Token::text2, row);
-        value->setElideMode(Qt::ElideMiddle);
-        row->add(value);
-        privacyCard->content().addWidget(row);
+// Finding one's way
+
+void SettingsPage::addSearchKey() {
+    auto* key = new QAction(tr("Search settings"), this);
+    key->setShortcut(QKeySequence(QStringLiteral("Ctrl+F")));
+    addAction(key); // counts while the page is the one that is shown
+    connect(key, &QAction::triggered, this, [this] {
+        if (isCovered(*this)) return;
+        field->edit().setFocus(Qt::ShortcutFocusReason);
+        field->edit().selectAll();
+    });
+}
+
+bool SettingsPage::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        search({});
+        return true;
     }
-    holder->layout()->addWidget(privacyCard);
-    holder->setVisible(!facts.empty());
-    headings[privacy]->setVisible(!facts.empty());
+    return QWidget::eventFilter(watched, event);
+}
+
+void SettingsPage::search(const QString& text) {
+    field->edit().setText(text);
+}
+
+void SettingsPage::filter(const QString& text) {
+    const QStringList words = text.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    bool any = false;
+    for (SettingsSection* section : sections)
+        any |= section->filter(words);
+    nothing->setVisible(!any);
+    scroll->verticalScrollBar()->setValue(0);
+    markTab();
+}
+
+void SettingsPage::goTo(int part) {
+    if (!field->text().isEmpty()) {
+        search({});
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); // the sections get their places back
+    }
+    tabs->setCurrent(part);
+    scroll->scrollTo(*sections.at(std::size_t(part)));
 }
 
 // The tab of the section whose heading was passed last, or of the last one at the page's end.
 void SettingsPage::markTab() {
     const QScrollBar& bar = *scroll->verticalScrollBar();
     int now = 0;
-    for (int part = 0; part < partCount; ++part) {
-        const Label& heading = *headings.at(std::size_t(part));
-        const int top = heading.mapTo(scroll->widget(), QPoint(0, 0)).y();
-        if (!heading.isHidden() && top <= bar.value() + 24) now = part;
+    for (int part = partCount - 1; part >= 0; --part) {
+        const SettingsSection& section = *sections.at(std::size_t(part));
+        if (section.isHidden()) continue;
+        now = part;
+        if (section.mapTo(scroll->widget(), QPoint(0, 0)).y() <= bar.value() + 24) break;
     }
     if (bar.maximum() > 0 && bar.value() == bar.maximum() && tabs->current() > now) return;
     tabs->setCurrent(now);

@@ -1,4 +1,4 @@
-#include "ui/settings/ModelRows.h"
+#include "ui/settings/ModelsSection.h"
 
 #include "ui/PlatformWords.h"
 #include "ui/components/Badge.h"
@@ -29,27 +29,22 @@ Badge::Kind badgeOf(SettingsState::Model::Condition condition) {
 
 } // namespace
 
-ModelRows::ModelRows(const Theme& chosen, QWidget* parent)
-    : QWidget(parent), theme(chosen), card(new Card(chosen, this)), rows(new QVBoxLayout),
-      footer(new Row(chosen, tr("Installed models"),
-                     tr("Install more with ./tavrin setup or ./tavrin models add, then look again."), card)),
-      busy(new BusyRing(chosen, tr("Looking for models"), footer)),
-      refresh(new Button(chosen, Button::Kind::normal, tr("Look again"), QStringLiteral("sync"), footer)) {
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(card);
+ModelsSection::ModelsSection(const Theme& shown, QWidget* parent)
+    : SettingsSection(shown, tr("Models"), parent), rows(new QVBoxLayout) {
     rows->setSpacing(0);
-    card->content().addLayout(rows);
-    card->content().addWidget(footer);
+    card().content().addLayout(rows);
+    footer =
+        addRow(tr("Installed models"), tr("Install more with ./tavrin setup or ./tavrin models add, then look again."));
+    busy = new BusyRing(theme, tr("Looking for models"), footer);
+    refresh = new Button(theme, Button::Kind::normal, tr("Look again"), QStringLiteral("sync"), footer);
     refresh->setSize(Button::Size::small);
     footer->add(busy);
     footer->add(refresh);
-    footer->setMinimumRowHeight(52);
     busy->hide();
-    connect(refresh, &Button::clicked, this, &ModelRows::refreshRequested);
+    connect(refresh, &Button::clicked, this, &ModelsSection::refreshRequested);
 }
 
-void ModelRows::show(const std::vector<SettingsState::Model>& models, bool checking) {
+void ModelsSection::show(const std::vector<SettingsState::Model>& models, bool checking) {
     busy->setVisible(checking);
     refresh->setEnabled(!checking);
     if (models == shown) return;
@@ -61,14 +56,16 @@ void ModelRows::show(const std::vector<SettingsState::Model>& models, bool check
     for (const auto& model : shown)
         rows->addWidget(rowOf(model));
     footer->setLineAbove(!shown.empty());
+    filterAgain();
 }
 
-QWidget* ModelRows::rowOf(const SettingsState::Model& model) const {
+QWidget* ModelsSection::rowOf(const SettingsState::Model& model) {
     const QString folder = QString::fromStdString(model.folder);
     const QString detail = platformWords(model.detail);
     const bool broken = model.condition == SettingsState::Model::Condition::broken;
     const QString caption = broken || folder.isEmpty() ? detail : folder;
-    auto* row = new Row(theme, QString::fromStdString(model.name), caption, card);
+    auto* row = new Row(theme, QString::fromStdString(model.name), caption, &card());
+    row->setAside(QString::fromStdString(model.size));
     row->setMinimumRowHeight(52);
     row->setLineAbove(&model != &shown.front());
     row->setCaptionElide(broken ? Qt::ElideRight : Qt::ElideMiddle);
