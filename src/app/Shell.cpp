@@ -53,9 +53,16 @@ SettingsPresenter::Dependencies settingsOf(Executor& main, Services& services) {
 } // namespace
 
 Shell::Shell(QApplication& app, Executor& mainExecutor, Services& all)
-    : application(app), main(mainExecutor), services(all), theme(app), appearance(theme), window(theme), tray(theme),
+    : application(app), main(mainExecutor), services(all), delegate(app, services.notifications), theme(app),
+      appearance(theme), window(theme), tray(theme),
       meeting(services.session, services.audioDevices, window.meetingPage()),
+      transcript({.vocabulary = services.vocabulary,
+                  .preferences = services.preferences,
+                  .exampleHeard = services.deployment.vocabulary.exampleHeard,
+                  .exampleCorrect = services.deployment.vocabulary.exampleCorrect},
+                 window.meetingPage().transcript(), window.transcriptWindow()),
       settings(settingsOf(main, services), window.settingsPage(), window.modelSetup()) {
+    joinDelegate();
     joinTray();
     joinWindow();
     watchDevices();
@@ -88,6 +95,13 @@ void Shell::perform(const QString& action) {
         application.quit();
     else
         log.info("an unknown action was asked for");
+}
+
+void Shell::joinDelegate() {
+    auto& session = services.session;
+    connect(&delegate, &TavrinAssistantAppDelegate::tavrinOpenMainWindow, this, [this] { openMainWindow(); });
+    connect(&delegate, &TavrinAssistantAppDelegate::tavrinStartRecordingFromNotification, this,
+            [&session] { session.start(); });
 }
 
 void Shell::joinTray() {

@@ -2,10 +2,12 @@
 
 #include "app/DesktopAppearance.h"
 #include "app/Services.h"
+#include "app/TavrinAssistantAppDelegate.h"
 #include "ui/MainWindow.h"
 #include "ui/Theme.h"
 #include "ui/TrayIcon.h"
 #include "ui/meeting/MeetingPresenter.h"
+#include "ui/meeting/TranscriptPresenter.h"
 #include "ui/settings/SettingsPresenter.h"
 
 #include <QApplication>
@@ -24,10 +26,12 @@ public:
     ~Shell() override;
 
     void openMainWindow();
+    TavrinAssistantAppDelegate& applicationDelegate() { return delegate; }
     /// "start-recording", "pause", "resume", "stop", "quit"; anything else does nothing.
     void perform(const QString& action);
 
 private:
+    void joinDelegate();
     void joinTray();
     void joinWindow();
     void watchDevices();
@@ -37,11 +41,13 @@ private:
     QApplication& application;
     Executor& main;
     Services& services;
+    TavrinAssistantAppDelegate delegate;
     Theme theme;
     DesktopAppearance appearance;
     MainWindow window;
     TrayIcon tray;
     MeetingPresenter meeting;
+    TranscriptPresenter transcript;
     SettingsPresenter settings;
     Subscription modelSetup;
     MeetingStatus lastStatus;

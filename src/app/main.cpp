@@ -39,10 +39,12 @@ int run(int count, char** arguments) {
     QApplication::setApplicationName(QStringLiteral("Tavrin Assistant"));
     QApplication::setDesktopFileName(QStringLiteral("so.tavrin.TavrinAssistant"));
     QApplication::setApplicationVersion(QStringLiteral(TAVRIN_VERSION));
-    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setQuitOnLastWindowClosed(
+        TavrinAssistantAppDelegate::applicationShouldTerminateAfterLastWindowClosed());
 
     SingleInstance instance(QString::fromStdString(folders.documents().string()));
-    switch (instance.claim(addressesOf(QApplication::arguments()))) {
+    const QStringList addresses = addressesOf(QApplication::arguments());
+    switch (instance.claim(addresses)) {
     case SingleInstance::Claim::first:
         break;
     case SingleInstance::Claim::handedOver:
@@ -56,15 +58,21 @@ int run(int count, char** arguments) {
     QtMainExecutor main;
     Services services(main, folders, deployment);
     Shell shell(application, main, services);
-    QObject::connect(&instance, &SingleInstance::activated, &shell, [&] { shell.openMainWindow(); });
-    QObject::connect(&instance, &SingleInstance::addressesOpened, &shell, [&] { shell.openMainWindow(); });
+    auto& delegate = shell.applicationDelegate();
+    QObject::connect(&instance, &SingleInstance::activated, &delegate,
+                     &TavrinAssistantAppDelegate::applicationShouldHandleReopen);
+    QObject::connect(&instance, &SingleInstance::addressesOpened, &delegate, &TavrinAssistantAppDelegate::openURLs);
     QObject::connect(&instance, &SingleInstance::actionRequested, &shell,
                      [&](const QString& action) { shell.perform(action); });
     shell.openMainWindow();
     log.info("the window is up");
     std::optional<UiHeartbeat> heartbeat;
     if (const QString file = qEnvironmentVariable("TAVRIN_HEARTBEAT"); !file.isEmpty()) heartbeat.emplace(file);
-    QTimer::singleShot(0, &shell, [&] { services.startBackgroundServices(); });
+    QTimer::singleShot(0, &shell, [&] {
+        delegate.applicationDidFinishLaunching();
+        services.startBackgroundServices();
+        delegate.openURLs(addresses);
+    });
     return QApplication::exec();
 }
 

@@ -83,6 +83,7 @@ MeetingState MeetingPresenter::state() const {
     shown.errorText = from.status->message;
     shown.title = *from.transcriptTitle;
     shown.dateLine = *from.meetingDate;
+    shown.startedAt = session.startedAt();
     shown.elapsedSeconds = session.activeRecordingDuration();
     shown.startEnabled = !session.isBusy();
     shown.interimLine = *from.interimPartial;
