@@ -1,16 +1,13 @@
 #include "bench/LaneBench.h"
 
+#include "bench/LiveLanes.h"
 #include "bench/Report.h"
 #include "bench/SpokenMaterial.h"
 #include "bench/WordErrors.h"
-#include "meeting/WhisperStreamProcessor.h"
 #include "platform/onnx/OnnxModelRuntime.h"
 #include "speech/ChunkedTranscriber.h"
-#include "speech/SpeechPipeline.h"
-#include "support/async/VirtualTime.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <iostream>
 
@@ -46,52 +43,14 @@ std::string asFile(const SpeechModels& models, const SpokenClip& clip) {
     return heard;
 }
 
-/// The lane on virtual time: the engine answers at once.
 std::string asLane(const SpeechModels& models, const SpokenClip& clip) {
-    VirtualTime time;
+    LiveLanes lanes(chunkTranscriber(models));
+    lanes.play({}, clip.samples);
     std::string heard;
-    const Transcribe transcribe = [&](std::vector<float> samples, bool withWords) -> Task<ChunkText> {
-        ChunkText said;
-        DecodingOptions options = english();
-        options.wordTimestamps = withWords;
-        if (models.hearsSpeech(samples))
-            for (const auto& segment : TranscribeTask(models).run(samples, options).segments) {
-                said.text += segment.text;
-                for (const WordTiming& word : segment.words.value_or(std::vector<WordTiming>()))
-                    said.words.push_back({.text = word.word, .start = word.start, .end = word.end});
-            }
-        co_return said;
-    };
-    WhisperStreamProcessor lane(
-        themLaneSettings(MeetingEngine::dictation),
-        {.main = time.main(),
-         .lane = time.addExecutor(),
-         .clock = time.wallClock(),
-         .transcribe = transcribe,
-         .note = [](const std::string&) {}},
-        {.onTranscriptionStarted = {},
-         .onTranscriptionFinished = {},
-         .onError = {},
-         .onResult = [&](const WhisperStreamProcessor::Heard& result, const SpeechChunk& /*chunk*/) {
-             heard += " " + result.text;
-             if (std::getenv("TAVRIN_BENCH_TEXT") != nullptr) std::cerr << "  | " << result.text << '\n';
-             return true;
-         }});
-    const auto inlet = lane.inlet();
-    std::vector<std::byte> pcm;
-    for (const float sample : clip.samples) {
-        const auto value = static_cast<std::int16_t>(std::clamp(std::lround(sample * 32'768), -32'768L, 32'767L));
-        pcm.push_back(static_cast<std::byte>(value & 0xFF));
-        pcm.push_back(static_cast<std::byte>((value >> 8) & 0xFF));
-        if (pcm.size() == 3'200) {
-            inlet(pcm);
-            pcm.clear();
-            time.advance(std::chrono::milliseconds(100));
-        }
+    for (const TranscriptSegment& line : lanes.lines()) {
+        heard += " " + line.text;
+        if (std::getenv("TAVRIN_BENCH_TEXT") != nullptr) std::cerr << "  | " << line.text << '\n';
     }
-    TaskScope tasks(time.main());
-    tasks.spawn([&]() -> Task<void> { co_await lane.flushForFinish(); });
-    time.advance(std::chrono::seconds(1));
     return heard;
 }
 

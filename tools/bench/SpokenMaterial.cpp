@@ -13,14 +13,6 @@ namespace {
 
 constexpr std::size_t pauseSamples = speechSampleRate * 6 / 10;
 
-std::vector<float> samplesOf(const std::filesystem::path& file) {
-    AudioFileReader reader(file.string());
-    std::vector<float> samples, block(speechWindowSamples);
-    while (const std::size_t count = reader.read(block))
-        samples.insert(samples.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count));
-    return samples;
-}
-
 std::vector<std::string> linesOf(const std::filesystem::path& file) {
     std::ifstream input(file);
     std::vector<std::string> lines;
@@ -32,6 +24,14 @@ std::vector<std::string> linesOf(const std::filesystem::path& file) {
 
 } // namespace
 
+std::vector<float> soundOf(const std::filesystem::path& file) {
+    AudioFileReader reader(file.string());
+    std::vector<float> samples, block(speechWindowSamples);
+    while (const std::size_t count = reader.read(block))
+        samples.insert(samples.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count));
+    return samples;
+}
+
 double SpokenClip::seconds() const noexcept {
     return static_cast<double>(samples.size()) / speechSampleRate;
 }
@@ -42,7 +42,7 @@ std::vector<SpokenClip> recordedClips(const std::filesystem::path& folder) {
         if (entry.path().extension() != ".wav") continue;
         auto words = entry.path();
         words.replace_extension(".txt");
-        clips.push_back({entry.path().filename().string(), samplesOf(entry.path()), linesOf(words).front()});
+        clips.push_back({entry.path().filename().string(), soundOf(entry.path()), linesOf(words).front()});
     }
     if (clips.empty()) throw std::runtime_error(folder.string() + ": no speech");
     std::ranges::sort(clips, {}, &SpokenClip::name);
@@ -54,7 +54,7 @@ std::vector<SpokenClip> numberedClips(const std::filesystem::path& folder, const
     for (const auto& words : linesOf(sentences)) {
         const std::string number = std::to_string(clips.size());
         const auto file = folder / ((number.size() < 2 ? "0" : "") + number + ".wav");
-        clips.push_back({file.filename().string(), samplesOf(file), words});
+        clips.push_back({file.filename().string(), soundOf(file), words});
     }
     return clips;
 }

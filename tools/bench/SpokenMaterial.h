@@ -17,6 +17,9 @@ struct SpokenClip {
     [[nodiscard]] double seconds() const noexcept;
 };
 
+/// All samples of a file. Throws AudioFileError.
+[[nodiscard]] std::vector<float> soundOf(const std::filesystem::path& file);
+
 /// Each NAME.wav of `folder` with the words in NAME.txt. Throws AudioFileError or std::runtime_error.
 [[nodiscard]] std::vector<SpokenClip> recordedClips(const std::filesystem::path& folder);
 /// 00.wav, 01.wav, ... of `folder` with the words in the lines of `sentences`. Throws as above.

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <numeric>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace tavrin {
@@ -159,6 +160,37 @@ WordErrors wordErrors(std::string_view said, std::string_view heard) {
         }
     }
     return {.words = expected.size(), .errors = distance.back()};
+}
+
+bool isSaidBy(std::string_view other, std::string_view own, std::string_view heard) {
+    const auto pieces = [length = std::min<std::size_t>(2, comparableWords(heard).size())](std::string_view text) {
+        const auto words = comparableWords(text);
+        std::vector<std::string> result;
+        for (std::size_t i = 0; i + length <= words.size(); ++i)
+            result.push_back(words[i] + " " + words[i + length - 1]);
+        return result;
+    };
+    const auto inside = [&](std::string_view text) {
+        const auto all = pieces(text);
+        const std::set<std::string> known(all.begin(), all.end());
+        return std::ranges::count_if(pieces(heard), [&](const std::string& piece) { return known.contains(piece); });
+    };
+    return inside(other) > inside(own);
+}
+
+std::size_t lostWords(std::string_view said, std::string_view heard) {
+    const auto expected = comparableWords(said);
+    const auto found = comparableWords(heard);
+    std::vector<std::size_t> row(found.size() + 1); // longest common subsequence with the first so many found words
+    for (const std::string& word : expected) {
+        std::size_t diagonal = 0;
+        for (std::size_t j = 1; j <= found.size(); ++j) {
+            const std::size_t above = row[j];
+            row[j] = word == found[j - 1] ? diagonal + 1 : std::max(row[j], row[j - 1]);
+            diagonal = above;
+        }
+    }
+    return expected.size() - row.back();
 }
 
 } // namespace tavrin

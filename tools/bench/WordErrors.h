@@ -26,4 +26,11 @@ struct WordErrors {
 
 [[nodiscard]] WordErrors wordErrors(std::string_view said, std::string_view heard);
 
+/// Whether `heard` has more of its pairs of neighbouring words (of its words, if it is one) from `other` than from
+/// `own`: it tells whose words they are, though some were misheard.
+[[nodiscard]] bool isSaidBy(std::string_view other, std::string_view own, std::string_view heard);
+
+/// Words of `said` that are missing in `heard`, in order (longest common subsequence).
+[[nodiscard]] std::size_t lostWords(std::string_view said, std::string_view heard);
+
 } // namespace tavrin

@@ -68,6 +68,15 @@ TEST(WordErrors, sets_are_weighed_by_their_words) {
     EXPECT_DOUBLE_EQ(sum.percent(), 3.0);
 }
 
+TEST(WhoSaidIt, pairs_of_words_tell) {
+    const char *own = "we have to fix the labels on Monday", *other = "the printer can deliver the week after";
+    EXPECT_TRUE(isSaidBy(other, own, "the printer can't deliver the"));
+    EXPECT_FALSE(isSaidBy(other, own, "we have to fix the printer"));
+    EXPECT_FALSE(isSaidBy(other, own, "something else"));
+    EXPECT_TRUE(isSaidBy(other, own, "deliver"));
+    EXPECT_EQ(lostWords("one two three four", "one three five four"), 1U);
+}
+
 } // namespace
 
 } // namespace tavrin

@@ -1,6 +1,8 @@
 #include "bench/AccuracyBench.h"
+#include "bench/EchoBench.h"
 #include "bench/GrowthBench.h"
 #include "bench/LaneBench.h"
+#include "bench/QuietBench.h"
 #include "bench/Report.h"
 #include "bench/SpeedBench.h"
 #include "bench/TextBench.h"
@@ -20,6 +22,8 @@ constexpr std::string_view usage =
     R"(Usage: tavrin-bench accuracy --pack FOLDER --full FOLDER --speech FOLDER --sentences FILE
        tavrin-bench speech   --pack FOLDER --limits FOLDER --speech FOLDER --sentences FILE
        tavrin-bench lane     --pack FOLDER --speech FOLDER --sentences FILE
+       tavrin-bench quiet    --pack FOLDER --speech FOLDER --sentences FILE
+       tavrin-bench echo     --pack FOLDER --speech FOLDER --sentences FILE
        tavrin-bench growth   --pack FOLDER --speech FOLDER --sentences FILE [--long]
        tavrin-bench text
 
@@ -83,6 +87,10 @@ bool measure(const std::string& what, const Arguments& arguments) {
         measureGrowth({pack, speech, sentences, arguments.isLong}, report);
     else if (what == "lane")
         measureLane({pack, speech, sentences}, report);
+    else if (what == "quiet")
+        measureQuiet({pack, speech / "noise"}, report);
+    else if (what == "echo")
+        measureEcho({pack, speech, sentences}, report);
     else
         throw UsageError("unknown benchmark \"" + what + "\"");
     return report.finish();
