@@ -1,17 +1,19 @@
 # Sourced by ./tavrin after set-up: shows a meeting on a machine without sound hardware or a screen.
-#   ./tavrin demo [pipewire|pulseaudio|both] [--long]
+#   ./tavrin demo [pipewire|pulseaudio|both] [--long | --leak]
+# --long: ten minutes between the clicks; --leak: a talk of five minutes in which the microphone hears the speaker.
 # Private sound services, a private session bus and a screen in memory; two voices played into a virtual microphone and
 # a virtual speaker; the real program between them. Ends with figures, and with 0 only if all of them are as they should be.
 # shellcheck source=tools/demo/program.sh
 . tools/demo/program.sh
 
-kinds="pipewire pulseaudio" long=
+kinds="pipewire pulseaudio" long= leak=
 for argument in "$@"; do
   case $argument in
     both) ;;
     pipewire | pulseaudio) kinds=$argument ;;
     --long) long=1 ;;
-    *) die "demo takes pipewire, pulseaudio or both, and --long" ;;
+    --leak) leak=1 ;;
+    *) die "demo takes pipewire, pulseaudio or both, and --long or --leak" ;;
   esac
 done
 judge=$PWD/${TAVRIN_BUILD:-build/release}/bin/tavrin-demo-judge
@@ -24,7 +26,7 @@ demo=$(mktemp -d "${TMPDIR:-/tmp}/tavrin-demo.XXXXXX")
 
 # Two people by turns: recorded speech for Me, a synthetic voice for Them; 48 kHz for the devices, raw 16 kHz to compare.
 make_voices() {
-  local out=$demo/voices number=0 clip name length
+  local out=$demo/voices number=0 clip name
   mkdir -p "$out"
   : >"$out/me.txt"; : >"$out/them.txt"
   local me=() them=()
@@ -33,16 +35,48 @@ make_voices() {
     name=$(basename "$clip" .wav)
     sox "$clip" -r 16000 -c 1 -b 16 "$out/me-$number.wav" norm -6
     sed -n "s/^<s> *\(.*[^ ]\) *<\/s> *($name)\$/\1/p" "$clips/transcription" >>"$out/me.txt"
-    flite -voice rms -t "$(sed -n "$((number + 1))p" "$sentences")" -o "$out/spoken.wav"
-    sed -n "$((number + 1))p" "$sentences" >>"$out/them.txt"
-    sox "$out/spoken.wav" -r 16000 -c 1 -b 16 "$out/them-$number.wav" norm -6
-    for length in me them; do
-      sox -n -r 16000 -c 1 -b 16 "$out/rest-$length-$number.wav" trim 0 "$(soxi -D "$out/$length-$number.wav")"
-    done
-    me+=("$out/me-$number.wav" "$out/gap.wav" "$out/rest-them-$number.wav" "$out/gap.wav")
-    them+=("$out/rest-me-$number.wav" "$out/gap.wav" "$out/them-$number.wav" "$out/gap.wav")
+    them_says "$number" "$((number + 1))"
+    take_turns "$number"
     number=$((number + 1))
   done
+  if [ -n "$leak" ]; then more_turns; fi
+  join_voices
+}
+
+# them_says NUMBER SENTENCE, me_says NUMBER SENTENCE: a synthetic voice says a line of the sentences.
+them_says() { speak them rms "$@"; }
+me_says() { speak me slt "$@"; }
+speak() {
+  local who=$1 voice=$2 number=$3 sentence
+  sentence=$(sed -n "$4p" "$sentences")
+  flite -voice "$voice" -t "$sentence" -o "$out/spoken.wav"
+  echo "$sentence" >>"$out/$who.txt"
+  sox "$out/spoken.wav" -r 16000 -c 1 -b 16 "$out/$who-$number.wav" norm -6
+}
+
+# Me, then Them, each while the other one is silent.
+take_turns() {
+  local who
+  for who in me them; do
+    sox -n -r 16000 -c 1 -b 16 "$out/rest-$who-$1.wav" trim 0 "$(soxi -D "$out/$who-$1.wav")"
+  done
+  me+=("$out/me-$1.wav" "$out/gap.wav" "$out/rest-them-$1.wav" "$out/gap.wav")
+  them+=("$out/rest-me-$1.wav" "$out/gap.wav" "$out/them-$1.wav" "$out/gap.wav")
+}
+
+# Until five minutes are full. What one of them says the other one never does.
+more_turns() {
+  local line=0
+  while [ "$number" -lt 33 ]; do
+    me_says "$number" "$((7 + (line % 17) * 2))"
+    them_says "$number" "$((8 + (line % 16) * 2))"
+    take_turns "$number"
+    number=$((number + 1)) line=$((line + 1))
+  done
+}
+
+# The lanes as they are played, and what is heard of them from a file.
+join_voices() {
   local lane
   sox "${me[@]}" "$out/me-16k.wav"
   sox "${them[@]}" "$out/them-16k.wav"
@@ -51,6 +85,11 @@ make_voices() {
     sox "$out/$lane-16k.wav" -t raw "$out/$lane.s16"
     "$transcribe" "$out/$lane-16k.wav" >"$out/$lane-file.txt"
   done
+  [ -n "$leak" ] || return 0
+  # 12 dB weaker and 60 ms late.
+  sox "$out/them.wav" "$out/leak.wav" pad 0.06 gain -12
+  sox -m -v 1 "$out/me.wav" -v 1 "$out/leak.wav" "$out/leaking.wav"
+  mv "$out/leaking.wav" "$out/me.wav"
 }
 
 # A click a second after the beginning and one shortly before the end.
@@ -122,6 +161,20 @@ judge_voices() {
     "$demo/voices/$lane.s16" "$(meeting_file "$lane.pcm")" >&2
 }
 
+# Nothing that the other side said may come back as Me.
+judge_echo() {
+  local segments
+  segments=$(meeting_file segments.jsonl)
+  python3 - "$segments" >"$folder/me-lines.txt" <<'PY'
+import json, sys
+for line in open(sys.argv[1], encoding="utf-8"):
+    entry = json.loads(line)
+    if entry["speakerLabel"] == "Me":
+        print(entry["text"])
+PY
+  "$judge" echo "$demo/voices/me.txt" "$demo/voices/them.txt" "$folder/me-lines.txt" >&2
+}
+
 # The microphone hears the speaker: the same clicks come into both lanes.
 click_meeting() {
   sound_add_echo echo_microphone && sound_default_microphone echo_microphone || return 1
@@ -142,7 +195,7 @@ one_demo() {
   say "A meeting on $kind"
   sound_start "$kind" "$folder" && start_screen && install_program "$models" && start_program || return 1
   meeting play_voices && judge_voices me Me && judge_voices them Them || fine=1
-  click_meeting || fine=1
+  if [ -n "$leak" ]; then judge_echo || fine=1; else click_meeting || fine=1; fi
   act quit || fine=1
   await 10 test -s "$folder/heartbeat.txt" && judge_heartbeat || fine=1
   say "  recordings: $XDG_DATA_HOME/TavrinAssistant/Recordings"

@@ -40,6 +40,20 @@ bool judgeLane(char** argument) {
     return isHeard && isWhole && live.words > 0;
 }
 
+/// OWN OTHER LINES: no line of Me may be of words that the other side said.
+bool judgeEcho(char** argument) {
+    const std::string own = textOf(argument[0]), other = textOf(argument[1]);
+    std::ifstream lines(argument[2]);
+    std::size_t count = 0, foreign = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        if (!isSaidBy(other, own, line)) continue;
+        ++foreign;
+        std::printf("  not said by Me: %s\n", line.c_str());
+    }
+    std::printf("  lines of Me %zu, of those said by the other side %zu%s\n", count, foreign, foreign == 0 ? "" : "  ECHO");
+    return foreign == 0 && count > 0;
+}
+
 /// COUNT ME THEM: the same clicks in both lanes.
 bool judgeClicks(char** argument) {
     const auto expected = static_cast<std::size_t>(std::atol(argument[0]));
@@ -62,7 +76,8 @@ int run(int count, char** arguments) {
     const std::string_view what = count > 1 ? arguments[1] : "";
     if (what == "lane" && count == 8) return judgeLane(arguments + 2) ? EXIT_SUCCESS : EXIT_FAILURE;
     if (what == "clicks" && count == 5) return judgeClicks(arguments + 2) ? EXIT_SUCCESS : EXIT_FAILURE;
-    throw std::runtime_error("lane LABEL SAID HEARD BASELINE PLAYED RECORDED, or clicks COUNT ME THEM");
+    if (what == "echo" && count == 5) return judgeEcho(arguments + 2) ? EXIT_SUCCESS : EXIT_FAILURE;
+    throw std::runtime_error("lane LABEL SAID HEARD BASELINE PLAYED RECORDED, echo OWN OTHER LINES, or clicks COUNT ME THEM");
 }
 
 } // namespace
