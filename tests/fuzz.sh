@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs a fuzzer for some seconds: fuzz.sh PROGRAM [SECONDS]. Fails with the input that broke it.
 set -euo pipefail
-program=$(readlink -f "$1") seconds=${2:-10}
+program=$(readlink -f "$1") seconds=${2:-6}
 here=$(cd "$(dirname "$0")" && pwd)
 name=$(basename "$program" _fuzzer)
 work=$(mktemp -d)
