@@ -62,22 +62,33 @@ DecodingOptions credulous() {
     return options;
 }
 
+/// With the silence test, and no second try at what it lets through.
+DecodingOptions doubtful() {
+    DecodingOptions options = credulous();
+    options.noSpeechThreshold = english().noSpeechThreshold;
+    return options;
+}
+
+std::size_t wordsLess(const std::string& before, const std::string& after) {
+    const std::size_t all = words(before).size();
+    return all - std::min(all, words(after).size());
+}
+
 /// As in a meeting, with the words counted that each door keeps out.
 Transcribe countingTranscriber(const SpeechModels& models, Doors& doors) {
     return [&models, &doors](std::vector<float> samples, bool) -> Task<ChunkText> {
         const std::string made = textOf(models, samples, credulous());
-        const std::string heard = textOf(models, samples, english());
-        const std::size_t made1 = words(made).size(), heard1 = words(heard).size();
         ++doors.chunks;
-        doors.words += made1;
-        doors.silentAlone += made1 - std::min(made1, heard1);
-        doors.cleanedAlone += made1 - std::min(made1, words(cleanMeetingSegment(made)).size());
+        doors.words += words(made).size();
+        doors.silentAlone += wordsLess(made, textOf(models, samples, doubtful()));
+        doors.cleanedAlone += wordsLess(made, cleanMeetingSegment(made));
         if (!models.hearsSpeech(samples)) {
-            doors.refused += made1;
+            doors.refused += words(made).size();
             co_return ChunkText{};
         }
-        doors.silent += made1 - std::min(made1, heard1);
-        doors.cleaned += heard1 - std::min(heard1, words(cleanMeetingSegment(heard)).size());
+        const std::string heard = textOf(models, samples, english());
+        doors.silent += wordsLess(made, heard);
+        doors.cleaned += wordsLess(heard, cleanMeetingSegment(heard));
         co_return ChunkText{.text = heard, .words = {}};
     };
 }

@@ -32,8 +32,8 @@ JSON
   printf '{"tavrin.dictationHotkey": "fn"}' >"$(preferences_file)"
   before=$(sha256sum <"$former/preferences.json")
   started_program
-  awaits_shown 10 "Former meeting"
-  awaits_shown 10 "a line of the former program"
+  await 5 says_since "restored a meeting with 1 lines"
+  awaits_shown 10 "Brought back from the last time the program ran."
   quit_program
   holds_preference tavrin.didMigrateFromLorvexIdentity true
   holds_preference tavrin.dictationPasteDirectly false
