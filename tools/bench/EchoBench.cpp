@@ -40,7 +40,7 @@ void say(Lane& lane, Lane& other, const SpokenClip& clip, double pause) {
 }
 
 /// Two people by turns, with short and long pauses. Nobody says what the other one says.
-Talk talkOf(const EchoMaterial& material) {
+Talk talkOf(const LaneMaterial& material) {
     const auto sentences = numberedClips(material.speech / "clean", material.sentences);
     const auto recorded = recordedClips(material.speech / "human");
     Talk talk;
@@ -85,7 +85,7 @@ std::size_t foreignLines(const std::vector<TranscriptSegment>& lines, const Talk
 
 } // namespace
 
-void measureEcho(const EchoMaterial& material, Report& report) {
+void measureEcho(const LaneMaterial& material, Report& report) {
     OnnxModelRuntime runtime;
     const SpeechModels models(runtime, material.pack, 2);
     const Talk talk = talkOf(material);
