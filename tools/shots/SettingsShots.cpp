@@ -158,9 +158,10 @@ SettingsState settings() {
     state.exampleCorrect = "Maren Tolivar";
     const std::string data = "~/.local/share/TavrinAssistant/";
     state.kept = {
-        {"Meeting transcripts", "On this computer, until you delete them", "38 files, 1.2 MB", data + "Recordings",
-         true},
-        {"Meeting audio", "On this computer, until you delete it", "22 files, 3.4 GB", data + "Recordings", true},
+        {"Meeting transcripts", "On this computer for two days; the next start after that removes them",
+         "38 files, 1.2 MB", data + "Recordings", true},
+        {"Meeting audio", "On this computer; of Them for two days, of Me until you delete it", "22 files, 3.4 GB",
+         data + "Recordings", true},
         {"Speech models", "On this computer, until you delete them", "9 files, 145 MB", data + "OnDeviceModels", true},
         {"Settings", "On this computer, until you delete them", "1 file, 2.1 kB", "~/.config/TavrinAssistant", true},
         {"Diagnostics", "On this computer, until you delete them; they hold what was said in meetings", "None",

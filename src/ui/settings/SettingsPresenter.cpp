@@ -329,8 +329,10 @@ void SettingsPresenter::showKept() {
                               .folderExists = amount.files > 0});
     };
     const KeptAmounts shown = counted.value_or(KeptAmounts{});
-    add("Meeting transcripts", "On this computer, until you delete them", places.recordings, shown.recordings.texts);
-    add("Meeting audio", "On this computer, until you delete it", places.recordings, shown.recordings.audio);
+    add("Meeting transcripts", "On this computer for two days; the next start after that removes them",
+        places.recordings, shown.recordings.texts);
+    add("Meeting audio", "On this computer; of Them for two days, of Me until you delete it", places.recordings,
+        shown.recordings.audio);
     add("Speech models", "On this computer, until you delete them", places.models, shown.models);
     add("Settings", "On this computer, until you delete them", places.preferences, shown.preferences);
     add("Diagnostics", "On this computer, until you delete them; they hold what was said in meetings",
