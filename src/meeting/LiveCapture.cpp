@@ -207,6 +207,7 @@ void LiveCapture::attach() {
     if (meeting.persistence)
         pcmBaseSampleOffset = {.me = count(meeting.persistence->micPCM()),
                                .them = count(meeting.persistence->themPCM())};
+    echoReference = std::make_shared<EchoReference>();
     meProcessor = meLaneProcessor();
     themProcessor = themLaneProcessor();
 }
@@ -217,7 +218,11 @@ void LiveCapture::wireLive() {
     use.mixedCapture.onMicPCMChunk.set(chunkSink(archives.me, diagnosticsMicFrameCounter, meProcessor->inlet()));
     if (*state.systemAudioActive)
         use.mixedCapture.onSystemPCMChunk.set(
-            chunkSink(archives.them, diagnosticsThemFrameCounter, themProcessor->inlet()));
+            chunkSink(archives.them, diagnosticsThemFrameCounter,
+                      [reference = echoReference, inlet = themProcessor->inlet()](std::span<const std::byte> pcm) {
+                          reference->append(pcm);
+                          inlet(pcm);
+                      }));
     else
         use.mixedCapture.onSystemPCMChunk.clear();
 }
@@ -263,7 +268,7 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::meLaneProcessor() {
         if (!transcript.isValid(generation, id)) return false;
         noteResult(text, "Me", chunk);
         state.interimPartial = "";
-        meLines.add(spoken(chunk, std::move(text)), generation, id);
+        if (!isEcho(chunk)) meLines.add(spoken(chunk, std::move(text)), generation, id);
         refreshBacklog();
         return true;
     };
@@ -297,6 +302,16 @@ bool LiveCapture::themMayFollow(Date date) const {
     if (meeting.isDraining) return meeting.hadSystemAudio;
     if (!*state.systemAudioActive || !themProcessor) return false;
     return transcript.hasThemResults() || themProcessor->mayFollow(date);
+}
+
+bool LiveCapture::isEcho(const SpeechChunk& chunk) const {
+    if (!echoReference) return false;
+    const std::int64_t first = chunk.endSample - static_cast<std::int64_t>(chunk.samples.size());
+    const double likeness =
+        echoReference->likeness(chunk.samples, first + pcmBaseSampleOffset.me - pcmBaseSampleOffset.them);
+    if (likeness < EchoReference::sureLikeness) return false;
+    use.diagnostics.log("live_echo_dropped label=Me");
+    return true;
 }
 
 void LiveCapture::noteResult(const std::string& text, const char* label, const SpeechChunk& chunk) {

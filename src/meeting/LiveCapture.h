@@ -3,6 +3,7 @@
 #include "audio/DiagnosticsCaptureFrameCounter.h"
 #include "audio/DiagnosticsLogger.h"
 #include "audio/MixedAudioCaptureService.h"
+#include "meeting/EchoReference.h"
 #include "meeting/LiveTranscript.h"
 #include "meeting/MeLines.h"
 #include "meeting/MeetingEngines.h"
@@ -97,6 +98,8 @@ private:
     [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> themLaneProcessor();
     [[nodiscard]] WhisperStreamProcessor::Dependencies laneDependencies(Executor& lane, Transcribe transcribe);
     [[nodiscard]] bool themMayFollow(Date date) const;
+    /// Whether the microphone heard nothing but the loudspeaker.
+    [[nodiscard]] bool isEcho(const SpeechChunk& chunk) const;
     void noteResult(const std::string& text, const char* label, const SpeechChunk& chunk);
     void transcriptionFinished();
 
@@ -117,6 +120,7 @@ private:
     std::uint64_t captureGeneration = 0;
     std::unique_ptr<WhisperStreamProcessor> meProcessor;
     std::unique_ptr<WhisperStreamProcessor> themProcessor;
+    std::shared_ptr<EchoReference> echoReference;
     LaneCounts pcmBaseSampleOffset;
     MicSilenceRule silenceRule;
     DiagnosticsCaptureFrameCounter diagnosticsMicFrameCounter;

@@ -1,10 +1,8 @@
 #include "meeting/MeLines.h"
 
 #include "audio/PcmFormat.h"
-#include "dictation/text/LooseWords.h"
-#include "dictation/text/MergeOverlap.h"
+#include "dictation/text/EchoGuard.h"
 #include "support/async/Sleep.h"
-#include "support/text/Unicode.h"
 
 #include <algorithm>
 #include <utility>
@@ -14,13 +12,6 @@ namespace tavrin {
 namespace {
 
 constexpr Duration remembered = std::chrono::minutes(1);
-
-std::vector<std::string> normalForms(std::string_view text) {
-    std::vector<std::string> forms;
-    for (const std::string_view word : words(text))
-        if (std::string form = normalizedWord(word); !form.empty()) forms.push_back(std::move(form));
-    return forms;
-}
 
 /// At least half of the first lies in the second.
 bool isDuring(const SpokenStretch& mine, const SpokenStretch& theirs) {
@@ -68,20 +59,18 @@ Task<void> MeLines::watch() {
 void MeLines::enterFirst() {
     Held first = std::move(held.front());
     held.pop_front();
-    if (!transcript.isValid(first.generation, first.meetingID) || isShortEcho(first.heard)) return;
+    if (!transcript.isValid(first.generation, first.meetingID) || isEchoOfThatTime(first.heard)) return;
     transcript.addSegment({.text = std::move(first.heard.text),
                            .speakerLabel = std::string(meLabel),
                            .date = first.heard.to,
                            .applyEchoGuard = true});
 }
 
-bool MeLines::isShortEcho(const SpokenStretch& mine) const {
-    const std::vector<std::string> forms = normalForms(mine.text);
-    if (forms.empty() || forms.size() > mostShortWords) return false;
-    std::vector<std::string> theirs;
+bool MeLines::isEchoOfThatTime(const SpokenStretch& mine) const {
+    std::string theirs;
     for (const SpokenStretch& stretch : others)
-        if (isDuring(mine, stretch)) std::ranges::move(normalForms(stretch.text), std::back_inserter(theirs));
-    return !std::ranges::search(theirs, forms, looseWordMatch).empty();
+        if (isDuring(mine, stretch)) theirs += ' ' + stretch.text;
+    return isHeardIn(mine.text, theirs);
 }
 
 void MeLines::release() {

@@ -9,8 +9,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace tavrin {
 
@@ -28,15 +26,13 @@ SpokenStretch spoken(const SpeechChunk& chunk, std::string text);
 ///
 /// A line waits while the other side's words of the same time are still to come, so that the echo test has something
 /// to compare it with; where nobody else speaks it passes at once. Lines leave in the order in which they came, at the
-/// latest after `longestWait`; one that is no longer valid by then is dropped. A line too short for the echo test is
-/// dropped if the other side said those words at that very time.
+/// latest after `longestWait`; one that is no longer valid by then is dropped. What the other side said at that very
+/// time is dropped as well: the echo test of all lines needs four words, and most of them recognised alike.
 /// Thread: main executor only. Lifetime: the transcript outlives it.
 class MeLines final {
 public:
     static constexpr Duration longestWait = std::chrono::seconds(8);
     static constexpr Duration lookInterval = std::chrono::milliseconds(100);
-    /// The echo test looks at longer lines.
-    static constexpr std::size_t mostShortWords = 3;
     /// Sound that is heard from the loudspeaker comes later, by its way and by the room.
     static constexpr Duration latestEcho = std::chrono::milliseconds(500);
 
@@ -61,7 +57,7 @@ private:
     };
     Task<void> watch();
     void enterFirst();
-    [[nodiscard]] bool isShortEcho(const SpokenStretch& mine) const;
+    [[nodiscard]] bool isEchoOfThatTime(const SpokenStretch& mine) const;
 
     LiveTranscript& transcript;
     const MayFollow mayFollow;

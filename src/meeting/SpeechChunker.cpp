@@ -69,6 +69,7 @@ void SpeechChunker::processFrames(std::vector<SpeechChunk>& chunks) {
 }
 
 void SpeechChunker::processFrame(std::span<const float> frame, std::vector<SpeechChunk>& chunks) {
+    framedSamples += frameSamples;
     const bool isSpeech = settings.energyThreshold <= rootMeanSquare(frame);
     if (isSpeech) {
         speechBuffer.insert(speechBuffer.end(), frame.begin(), frame.end());
@@ -131,7 +132,8 @@ void SpeechChunker::cutChunk(bool force, std::optional<std::size_t> minimum, con
                       .date = clock.now(),
                       .followsForcedCut = std::exchange(carryOfForcedCut, false),
                       .endsInForcedCut = force,
-                      .index = chunkCount++});
+                      .index = chunkCount++,
+                      .endSample = framedSamples - static_cast<std::int64_t>(speechBuffer.size() - cut)});
     speechBuffer.erase(speechBuffer.begin(), end - static_cast<std::ptrdiff_t>(overlap));
     holdsCarryOnly = overlap != 0 && speechBuffer.size() == overlap;
     carryOfForcedCut = force && overlap != 0;

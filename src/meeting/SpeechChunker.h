@@ -23,7 +23,8 @@ struct SpeechChunk {
     bool followsForcedCut = false;
     /// It ends in the middle of speech.
     bool endsInForcedCut = false;
-    std::size_t index = 0; ///< counts the chunks of a lane
+    std::size_t index = 0;      ///< counts the chunks of a lane
+    std::int64_t endSample = 0; ///< of the lane, counted from the first that the chunker was given
 };
 
 /// What makes one lane's chunks differ from another's. Lengths in samples.
@@ -87,6 +88,7 @@ private:
     bool holdsCarryOnly = false;
     bool carryOfForcedCut = false;
     std::size_t chunkCount = 0;
+    std::int64_t framedSamples = 0; // in all
 };
 
 } // namespace tavrin

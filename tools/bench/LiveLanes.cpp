@@ -70,7 +70,9 @@ LiveLanes::Lane::Callbacks LiveLanes::callbacks(std::string_view label) {
     Lane::Callbacks hooks;
     hooks.onResult = [this, label](std::string text, const SpeechChunk& chunk) {
         if (label == meLabel) {
-            meLines.add(spoken(chunk, std::move(text)), 0, {});
+            const auto first = chunk.endSample - static_cast<std::int64_t>(chunk.samples.size());
+            if (reference.likeness(chunk.samples, first) < EchoReference::sureLikeness)
+                meLines.add(spoken(chunk, std::move(text)), 0, {});
         } else {
             meLines.themSaid(spoken(chunk, text));
             transcript.enqueueThemResult(
@@ -84,6 +86,7 @@ LiveLanes::Lane::Callbacks LiveLanes::callbacks(std::string_view label) {
 void LiveLanes::play(std::span<const float> me, std::span<const float> them) {
     for (std::size_t at = 0; at < std::max(me.size(), them.size()); at += step) {
         meLane.inlet()(pcmAt(me, at));
+        reference.append(pcmAt(them, at));
         themLane.inlet()(pcmAt(them, at));
         time.advance(std::chrono::milliseconds(100));
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "meeting/EchoReference.h"
 #include "meeting/MeLines.h"
 #include "meeting/WhisperStreamProcessor.h"
 #include "speech/SpeechModels.h"
@@ -39,6 +40,7 @@ private:
     Lane meLane;
     Lane themLane;
     MeLines meLines;
+    EchoReference reference;
 };
 
 } // namespace tavrin

@@ -19,6 +19,7 @@ constexpr std::size_t wordsCompared = 80;
 constexpr double echoInOrder = 0.55;
 constexpr std::size_t shortFrom = 3, shortTo = 8, fewestMatches = 2;
 constexpr double nothingLeft = 0.85, worthCutting = 0.5;
+constexpr std::size_t fewestComparedLetters = 8, mostComparedLetters = 400;
 constexpr std::size_t mostReferenceWords = 2000, wordsAlignedAtOnce = 100;
 
 using Forms = std::vector<std::string>;
@@ -138,7 +139,31 @@ std::string survivors(std::string_view text, const std::vector<bool>& marks) {
     return joined(kept);
 }
 
+/// The least number of letters that have to change, be added or go to make the first a piece of the second.
+std::size_t distanceToPiece(std::u32string_view heard, std::u32string_view said) {
+    std::vector<std::size_t> row(said.size() + 1); // a piece may begin anywhere
+    for (std::size_t i = 1; i <= heard.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i;
+        for (std::size_t j = 1; j <= said.size(); ++j) {
+            const std::size_t changed = diagonal + (heard[i - 1] == said[j - 1] ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
+        }
+    }
+    return std::ranges::min(row); // and end anywhere
+}
+
 } // namespace
+
+bool isHeardIn(std::string_view candidate, std::string_view reference) {
+    const Forms heard = formsOf(candidate), said = referenceForms(reference);
+    if (heard.empty()) return false;
+    const std::u32string letters = codePoints(joined(heard, ""));
+    if (letters.size() < fewestComparedLetters) return !std::ranges::search(said, heard).empty();
+    if (letters.size() > mostComparedLetters) return false;
+    return 4 * distanceToPiece(letters, codePoints(joined(said, ""))) < letters.size();
+}
 
 bool isLikelyEcho(std::string_view candidate, std::string_view reference) {
     const Forms heard = formsOf(candidate), said = referenceForms(reference);

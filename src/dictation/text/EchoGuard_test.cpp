@@ -91,5 +91,16 @@ TEST(EchoGuard, a_text_of_any_length_is_bounded) {
     EXPECT_TRUE(isLikelyEcho(std::string(200'000, 'x') + " a b c", std::string(200'000, 'x') + " a b c d"));
 }
 
+TEST(EchoGuardTest, words_of_that_time_are_known_though_recognised_differently) {
+    const char* heardThen = "he explained the new schedule twice and then answer devery question patiently. Now north.";
+    for (const char* echo :
+         {"answer Devere Requestion patiently", "Question patiently!", "now", "the new sched", "twice and"})
+        EXPECT_TRUE(isHeardIn(echo, heardThen)) << echo;
+    for (const char* own :
+         {"no", "", "...", "not", "that is fine with me", "a new question", "patience", "explain it to them again"})
+        EXPECT_FALSE(isHeardIn(own, heardThen)) << own;
+    EXPECT_FALSE(isHeardIn("anything", ""));
+}
+
 } // namespace
 } // namespace tavrin
