@@ -16,7 +16,8 @@ namespace tavrin {
 
 namespace {
 
-constexpr std::array sounds{"silence", "brown", "pink", "white", "hum", "clicks", "chords"};
+// Nothing, a fan, a mains hum, a keyboard, music.
+constexpr std::array sounds{"silence", "brown", "hum", "clicks", "chords"};
 constexpr std::size_t levels = 3, secondsPerLevel = 100;
 
 /// The beginning of each third of the file: every level, five minutes in all.
