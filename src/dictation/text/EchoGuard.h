@@ -23,9 +23,9 @@ bool isLikelyEcho(std::string_view candidate, std::string_view reference);
 std::optional<std::string> stripEchoedWords(std::string_view candidate, std::string_view reference);
 
 /// True if the candidate was said in the reference, perhaps recognised differently: under eight letters its words stand
-/// there in a row; otherwise, blanks apart, fewer than a quarter of its letters have to change, be added or go to make it a
-/// piece of the reference (approximate matching after Sellers, 1980). Much looser than isLikelyEcho(): for a reference
-/// that was said at the very time of the candidate.
+/// there in a row; otherwise, blanks apart, fewer than a quarter of its letters have to change, be added or go to make
+/// it a piece of the reference (approximate matching after Sellers, 1980). Much looser than isLikelyEcho(): for a
+/// reference that was said at the very time of the candidate.
 bool isHeardIn(std::string_view candidate, std::string_view reference);
 
 } // namespace tavrin
