@@ -1,5 +1,4 @@
 #include "meeting/StoredRecordings.h"
-
 #include "meeting/TranscriptPersistence.h"
 #include "support/files/MemoryFolder.h"
 
@@ -13,9 +12,9 @@ TEST(StoredRecordingsTest, only_sound_of_meetings_that_are_gone_is_left_over_and
     EXPECT_EQ(storedRecordings(support, {}), StoredRecordings());
     EXPECT_EQ(deleteLeftAudio(support, {}), StoredRecordings());
     support.makeFolders(recordingsFolder);
-    for (const auto& [name, bytes] : {std::pair("KEPT-checkpoint.json", 30), std::pair("KEPT-me.pcm", 100),
-                                      std::pair("GONE-me.pcm", 200), std::pair("OPEN-them.pcm", 400),
-                                      std::pair("GONE-segments.jsonl", 7), std::pair("holiday.wav", 5)})
+    for (const auto& [name, bytes] :
+         {std::pair("KEPT-checkpoint.json", 30), std::pair("KEPT-me.pcm", 100), std::pair("GONE-me.pcm", 200),
+          std::pair("OPEN-them.pcm", 400), std::pair("GONE-segments.jsonl", 7), std::pair("holiday.wav", 5)})
         support.writeAtomically(recordingPath(name), std::string(static_cast<std::size_t>(bytes), 'x'));
 
     const StoredRecordings before = storedRecordings(support, "OPEN");

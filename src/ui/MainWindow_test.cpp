@@ -196,8 +196,8 @@ TEST_F(MainWindowTest, tab_stops_in_the_bar_at_the_section_that_is_shown_and_at_
 TEST_F(MainWindowTest, a_live_change_of_the_theme_reaches_everything) {
     const auto fill = [](MainWindow& target) {
         SettingsState state;
-        state.models = {{"Meeting model", "Writes", "/somewhere", "Ready",
-                         SettingsState::Model::Condition::ready, "145 MB"}};
+        state.models = {
+            {"Meeting model", "Writes", "/somewhere", "Ready", SettingsState::Model::Condition::ready, "145 MB"}};
         state.kept = {{"Transcripts", "here", "2 files, 1 kB", "/somewhere", true}};
         state.corrections = {{"1", "Holden", "Halden"}};
         state.tokenState = "Saved.";

@@ -50,7 +50,8 @@ bool judgeEcho(char** argument) {
         ++foreign;
         std::printf("  not said by Me: %s\n", line.c_str());
     }
-    std::printf("  lines of Me %zu, of those said by the other side %zu%s\n", count, foreign, foreign == 0 ? "" : "  ECHO");
+    std::printf("  lines of Me %zu, of those said by the other side %zu%s\n", count, foreign,
+                foreign == 0 ? "" : "  ECHO");
     return foreign == 0 && count > 0;
 }
 
@@ -77,7 +78,8 @@ int run(int count, char** arguments) {
     if (what == "lane" && count == 8) return judgeLane(arguments + 2) ? EXIT_SUCCESS : EXIT_FAILURE;
     if (what == "clicks" && count == 5) return judgeClicks(arguments + 2) ? EXIT_SUCCESS : EXIT_FAILURE;
     if (what == "echo" && count == 5) return judgeEcho(arguments + 2) ? EXIT_SUCCESS : EXIT_FAILURE;
-    throw std::runtime_error("lane LABEL SAID HEARD BASELINE PLAYED RECORDED, echo OWN OTHER LINES, or clicks COUNT ME THEM");
+    throw std::runtime_error(
+        "lane LABEL SAID HEARD BASELINE PLAYED RECORDED, echo OWN OTHER LINES, or clicks COUNT ME THEM");
 }
 
 } // namespace

@@ -3,8 +3,9 @@
 #include "ui/UiTestSupport.h"
 #include "ui/meeting/TranscriptPresenter.h"
 
-#include <QApplication>
 #include <gtest/gtest.h>
+
+#include <QApplication>
 
 namespace tavrin {
 namespace {
