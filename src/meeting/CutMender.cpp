@@ -1,11 +1,11 @@
 #include "meeting/CutMender.h"
 
 #include "audio/PcmFormat.h"
+#include "dictation/text/EditDistance.h"
 #include "dictation/text/MergeOverlap.h"
 #include "support/text/Unicode.h"
 
 #include <algorithm>
-#include <numeric>
 #include <span>
 #include <utility>
 
@@ -13,25 +13,12 @@ namespace tavrin {
 
 namespace {
 
-/// Letters that have to change, be added or go to make one word of the other (Levenshtein 1966).
-std::size_t editDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i);
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t change = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = std::exchange(row[j], std::min({change, row[j] + 1, row[j - 1] + 1}));
-        }
-    }
-    return row.back();
-}
-
 /// The same word, perhaps heard a little differently or from its middle on.
 bool isAlike(const std::string& word, const std::string& before) {
     if (word.empty() || before.empty()) return false;
     if (word.size() >= 3 && before.ends_with(word)) return true;
-    return 3 * editDistance(word, before) <= std::max(word.size(), before.size());
+    const std::u32string a = codePoints(word), b = codePoints(before);
+    return 3 * editDistance(a, b) <= std::max(a.size(), b.size());
 }
 
 } // namespace

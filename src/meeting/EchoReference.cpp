@@ -98,4 +98,9 @@ double EchoReference::likeness(std::span<const float> samples, std::int64_t firs
     return best;
 }
 
+bool EchoReference::isEcho(const SpeechChunk& chunk, std::int64_t shift) const {
+    const std::int64_t first = chunk.endSample - static_cast<std::int64_t>(chunk.samples.size());
+    return likeness(chunk.samples, first + shift) >= sureLikeness;
+}
+
 } // namespace tavrin

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "meeting/SpeechChunker.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -25,6 +27,10 @@ public:
     /// other side: their correlation, with the delay from -0.2 to 0.5 s that suits best. 1 is the same, 0 is nothing in
     /// common; 0 as well where the other side was silent, or the sound is shorter than half a second.
     [[nodiscard]] double likeness(std::span<const float> samples, std::int64_t first) const;
+
+    /// Whether a chunk of the microphone is an echo and nothing else. `shift` is where the microphone's lane begins, in
+    /// samples behind the beginning of the other side's.
+    [[nodiscard]] bool isEcho(const SpeechChunk& chunk, std::int64_t shift = 0) const;
 
 private:
     mutable std::mutex mutex;

@@ -268,12 +268,19 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::meLaneProcessor() {
         if (!transcript.isValid(generation, id)) return false;
         noteResult(text, "Me", chunk);
         state.interimPartial = "";
-        if (!isEcho(chunk)) meLines.add(spoken(chunk, std::move(text)), generation, id);
+        meLines.add(spoken(chunk, std::move(text)), generation, id);
         refreshBacklog();
         return true;
     };
-    return std::make_unique<WhisperStreamProcessor>(
-        meLaneSettings(engine.which), laneDependencies(use.meLane, std::move(engine.transcribe)), std::move(hooks));
+    auto dependencies = laneDependencies(use.meLane, std::move(engine.transcribe));
+    dependencies.isEcho = [&diagnostics = use.diagnostics, reference = echoReference,
+                           shift = pcmBaseSampleOffset.me - pcmBaseSampleOffset.them](const SpeechChunk& chunk) {
+        const bool isEcho = reference->isEcho(chunk, shift);
+        if (isEcho) diagnostics.log("live_echo_dropped label=Me");
+        return isEcho;
+    };
+    return std::make_unique<WhisperStreamProcessor>(meLaneSettings(engine.which), std::move(dependencies),
+                                                    std::move(hooks));
 }
 
 std::unique_ptr<WhisperStreamProcessor> LiveCapture::themLaneProcessor() {
@@ -302,16 +309,6 @@ bool LiveCapture::themMayFollow(Date date) const {
     if (meeting.isDraining) return meeting.hadSystemAudio;
     if (!*state.systemAudioActive || !themProcessor) return false;
     return transcript.hasThemResults() || themProcessor->mayFollow(date);
-}
-
-bool LiveCapture::isEcho(const SpeechChunk& chunk) const {
-    if (!echoReference) return false;
-    const std::int64_t first = chunk.endSample - static_cast<std::int64_t>(chunk.samples.size());
-    const double likeness =
-        echoReference->likeness(chunk.samples, first + pcmBaseSampleOffset.me - pcmBaseSampleOffset.them);
-    if (likeness < EchoReference::sureLikeness) return false;
-    use.diagnostics.log("live_echo_dropped label=Me");
-    return true;
 }
 
 void LiveCapture::noteResult(const std::string& text, const char* label, const SpeechChunk& chunk) {

@@ -98,8 +98,6 @@ private:
     [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> themLaneProcessor();
     [[nodiscard]] WhisperStreamProcessor::Dependencies laneDependencies(Executor& lane, Transcribe transcribe);
     [[nodiscard]] bool themMayFollow(Date date) const;
-    /// Whether the microphone heard nothing but the loudspeaker.
-    [[nodiscard]] bool isEcho(const SpeechChunk& chunk) const;
     void noteResult(const std::string& text, const char* label, const SpeechChunk& chunk);
     void transcriptionFinished();
 

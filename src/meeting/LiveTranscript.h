@@ -32,7 +32,7 @@ struct NewLine {
 /// and stands as an ordered line on screen and on disk.
 ///
 /// Thread:   main executor only (checked); long corrections are worked out on `background`.
-/// Cost:     linear in the lines, a fraction of a millisecond at 10,000.
+/// Cost:     linear in the lines.
 /// Lifetime: dependencies, state and meeting outlive it.
 class LiveTranscript final {
 public:

@@ -120,17 +120,19 @@ protected:
     std::vector<std::int64_t> pending;
     int finished = 0;
     int texts = 0;
+    std::optional<std::size_t> echo; // this chunk is one
     std::unique_ptr<WhisperStreamProcessor> processor = std::make_unique<WhisperStreamProcessor>(
         themLaneSettings(MeetingEngine::dictation),
-        WhisperStreamProcessor::Dependencies{.main = time.main(),
-                                             .lane = time.addExecutor(),
-                                             .clock = time.wallClock(),
-                                             .transcribe = [this](std::vector<float>, bool) -> Task<ChunkText> {
-                                                 co_await sleepFor(engineTime);
-                                                 co_return ChunkText{.text = "text " + std::to_string(++texts),
-                                                                     .words = {}};
-                                             },
-                                             .note = [this](std::string line) { notes.push_back(std::move(line)); }},
+        WhisperStreamProcessor::Dependencies{
+            .main = time.main(),
+            .lane = time.addExecutor(),
+            .clock = time.wallClock(),
+            .transcribe = [this](std::vector<float>, bool) -> Task<ChunkText> {
+                co_await sleepFor(engineTime);
+                co_return ChunkText{.text = "text " + std::to_string(++texts), .words = {}};
+            },
+            .note = [this](std::string line) { notes.push_back(std::move(line)); },
+            .isEcho = [this](const SpeechChunk& chunk) { return chunk.index == echo; }},
         WhisperStreamProcessor::Callbacks{.onTranscriptionStarted = {},
                                           .onTranscriptionFinished = [this] { ++finished; },
                                           .onError = {},
@@ -148,6 +150,13 @@ TEST_F(WhisperStreamProcessorTest, chunks_come_out_in_order_and_count) {
     EXPECT_EQ(processor->completedSampleCount(), 145'600);
     accepts = false; // nobody wants it any more
     hear(3s);
+    EXPECT_EQ(processor->completedSampleCount(), 145'600);
+}
+
+TEST_F(WhisperStreamProcessorTest, echo_gives_no_text_and_counts_as_transcribed) {
+    echo = 1;
+    hear(9s);
+    EXPECT_THAT(results, ElementsAre("48000", "48800"));
     EXPECT_EQ(processor->completedSampleCount(), 145'600);
 }
 

@@ -183,6 +183,7 @@ Task<std::string> WhisperStreamProcessor::textOf(const SpeechChunk& chunk, const
     try {
         ChunkText heard;
         if (!samples.empty()) heard = co_await use.transcribe(samples, chunk.endsInForcedCut);
+        if (use.isEcho && use.isEcho(chunk)) heard = {};
         co_return mender.end(chunk, samples, heard);
     } catch (const std::exception& error) {
         log.error("Transcription chunk failed ({}): {}", speakerLabel, error.what());

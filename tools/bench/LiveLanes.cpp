@@ -46,33 +46,33 @@ Transcribe chunkTranscriber(const SpeechModels& models) {
 
 LiveLanes::LiveLanes(Transcribe transcribeChunk)
     : transcribe(std::move(transcribeChunk)),
-      meLane(meLaneSettings(MeetingEngine::dictation), dependencies(), callbacks("Me")),
-      themLane(themLaneSettings(MeetingEngine::dictation), dependencies(), callbacks("Them")),
+      meLane(meLaneSettings(MeetingEngine::dictation), dependencies(true), callbacks("Me")),
+      themLane(themLaneSettings(MeetingEngine::dictation), dependencies(false), callbacks("Them")),
       meLines(time.main(), transcript,
               [this](Date date) { return transcript.hasThemResults() || themLane.mayFollow(date); }) {
     state.status = MeetingStatus{.phase = MeetingStatus::Phase::recording};
     state.systemAudioActive = true;
 }
 
-LiveLanes::Lane::Dependencies LiveLanes::dependencies() {
-    return {.main = time.main(),
-            .lane = time.addExecutor(),
-            .clock = time.wallClock(),
-            .transcribe = [this](std::vector<float> samples, bool withWords) -> Task<ChunkText> {
-                ChunkText said = co_await transcribe(std::move(samples), withWords);
-                co_await sleepFor(engineTime);
-                co_return said;
-            },
-            .note = [](const std::string&) {}};
+LiveLanes::Lane::Dependencies LiveLanes::dependencies(bool mayHearEcho) {
+    Lane::Dependencies result{.main = time.main(),
+                              .lane = time.addExecutor(),
+                              .clock = time.wallClock(),
+                              .transcribe = [this](std::vector<float> samples, bool withWords) -> Task<ChunkText> {
+                                  ChunkText said = co_await transcribe(std::move(samples), withWords);
+                                  co_await sleepFor(engineTime);
+                                  co_return said;
+                              },
+                              .note = [](const std::string&) {}};
+    if (mayHearEcho) result.isEcho = [this](const SpeechChunk& chunk) { return reference.isEcho(chunk); };
+    return result;
 }
 
 LiveLanes::Lane::Callbacks LiveLanes::callbacks(std::string_view label) {
     Lane::Callbacks hooks;
     hooks.onResult = [this, label](std::string text, const SpeechChunk& chunk) {
         if (label == meLabel) {
-            const auto first = chunk.endSample - static_cast<std::int64_t>(chunk.samples.size());
-            if (reference.likeness(chunk.samples, first) < EchoReference::sureLikeness)
-                meLines.add(spoken(chunk, std::move(text)), 0, {});
+            meLines.add(spoken(chunk, std::move(text)), 0, {});
         } else {
             meLines.themSaid(spoken(chunk, text));
             transcript.enqueueThemResult(

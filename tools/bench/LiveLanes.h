@@ -29,7 +29,7 @@ public:
 
 private:
     using Lane = WhisperStreamProcessor;
-    [[nodiscard]] Lane::Dependencies dependencies();
+    [[nodiscard]] Lane::Dependencies dependencies(bool mayHearEcho);
     [[nodiscard]] Lane::Callbacks callbacks(std::string_view label);
 
     VirtualTime time;

@@ -1,5 +1,6 @@
 #include "dictation/text/EchoAlignment.h"
 
+#include "dictation/text/EditDistance.h"
 #include "dictation/text/LooseWords.h"
 #include "support/text/Unicode.h"
 
@@ -19,23 +20,6 @@ constexpr Score same = 4, similar = 2, different = -3, missing = -3;
 constexpr Score leastOfStretch = 3 * same;
 constexpr std::size_t mostDifferentInRow = 2;              // more are the user's own
 constexpr std::size_t fewestLetters = 4, mostLetters = 64; // of words that may be similar
-
-/// How many letters must be put in, taken out or changed to make one word of the other.
-std::size_t editDistance(std::u32string_view a, std::u32string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t changed = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
-        }
-    }
-    return row.back();
-}
 
 /// True for words that one sound may be heard as: they begin or end alike, and at most half of the letters differ.
 bool soundAlike(std::u32string_view a, std::u32string_view b) {

@@ -1,6 +1,7 @@
 #include "dictation/text/EchoGuard.h"
 
 #include "dictation/text/EchoAlignment.h"
+#include "dictation/text/EditDistance.h"
 #include "support/text/Unicode.h"
 
 #include <algorithm>
@@ -137,21 +138,6 @@ std::string survivors(std::string_view text, const std::vector<bool>& marks) {
         if (!isCut) kept.push_back(word);
     }
     return joined(kept);
-}
-
-/// The least number of letters that have to change, be added or go to make the first a piece of the second.
-std::size_t distanceToPiece(std::u32string_view heard, std::u32string_view said) {
-    std::vector<std::size_t> row(said.size() + 1); // a piece may begin anywhere
-    for (std::size_t i = 1; i <= heard.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= said.size(); ++j) {
-            const std::size_t changed = diagonal + (heard[i - 1] == said[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
-        }
-    }
-    return std::ranges::min(row); // and end anywhere
 }
 
 } // namespace

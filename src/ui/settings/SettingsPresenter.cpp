@@ -51,13 +51,6 @@ bool isServerBase(std::string_view address) {
     return isWebAddress(address) && address.find_first_of("?#@") == std::string_view::npos;
 }
 
-std::string joined(const std::vector<std::string>& variants) {
-    std::string text;
-    for (const std::string& variant : variants)
-        text += (text.empty() ? "" : ", ") + variant;
-    return text;
-}
-
 } // namespace
 
 SettingsPresenter::SettingsPresenter(Dependencies dependencies, SettingsPage& settings, ModelSetupSheet& setup)
@@ -302,7 +295,7 @@ void SettingsPresenter::saveCorrection(const std::string& id, const std::string&
 void SettingsPresenter::showCorrections() {
     state.corrections.clear();
     for (const VocabularyCorrection& each : use.vocabulary.loadVocabularyCorrections())
-        state.corrections.push_back({.id = each.id, .heard = joined(each.variants), .correct = each.correct});
+        state.corrections.push_back({.id = each.id, .heard = joined(each.variants, ", "), .correct = each.correct});
     show();
 }
 
