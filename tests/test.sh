@@ -33,6 +33,7 @@ suite() {
     echo "$name" >>"$results/failed"
     say "FAILED  $name ($((SECONDS - begin)) s)"
     tail -n 80 "$log" >&2
+    grep -hE -B 4 '^\[  FAILED  \].*\(|ERROR: [A-Z][a-z]+Sanitizer' "$log" | head -n 60 >>"$results/why" || true
   fi
 }
 
@@ -71,6 +72,7 @@ count() { if [ -e "$results/$1" ]; then wc -l <"$results/$1"; else echo 0; fi; }
 passed=$(count passed) failed=$(count failed)
 echo "$passed passed, $failed failed"
 [ ! -e "$results/failed" ] || sed 's/^/  failed: /' "$results/failed"
+[ ! -s "$results/why" ] || cat "$results/why"
 complete=no
 [ "$(find "$results" -name 'ended-*' | wc -l)" != 3 ] || complete=yes
 rm -rf "$results"
