@@ -32,7 +32,7 @@ std::vector<float> CutMender::begin(const SpeechChunk& chunk) {
     if (chunk.samples.empty()) return {}; // the speech ended at the cut: a word that was left is as it was heard
     const std::size_t known =
         goesOn && hasRest ? std::min(SpeechChunker::chunkOverlapSamples, chunk.samples.size()) : 0;
-    repeatsSound = chunk.followsForcedCut && known == 0;
+    repeatsSound = goesOn && known == 0;
     hearing.insert(hearing.end(), chunk.samples.begin() + static_cast<std::ptrdiff_t>(known), chunk.samples.end());
     return hearing;
 }

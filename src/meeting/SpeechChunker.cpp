@@ -1,5 +1,7 @@
 #include "meeting/SpeechChunker.h"
 
+#include "audio/PcmFormat.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -82,12 +84,12 @@ void SpeechChunker::processFrame(std::span<const float> frame, std::vector<Speec
         speechBuffer.insert(speechBuffer.end(), frame.begin(), frame.end());
         ++silenceFrames;
         if (silenceFrames >= silenceFramesThreshold && speechBuffer.size() >= settings.minChunkSamples)
-            cutChunk(false, std::nullopt, "silence_triggered", chunks);
+            cutChunk(Cut::atSilence, std::nullopt, "silence_triggered", chunks);
     }
     if (speechBuffer.size() >= maxChunkSamples)
-        cutChunk(true, std::nullopt, "max_length", chunks);
+        cutChunk(Cut::inSpeech, std::nullopt, "max_length", chunks);
     else if (settings.forcedEmitSamples && speechBuffer.size() >= *settings.forcedEmitSamples)
-        cutChunk(true, settings.minChunkSamples, "forced_emit_threshold", chunks);
+        cutChunk(Cut::inSpeech, settings.minChunkSamples, "forced_emit_threshold", chunks);
 }
 
 void SpeechChunker::passCarry(std::vector<SpeechChunk>& chunks) {
@@ -107,14 +109,15 @@ void SpeechChunker::endForcedCut(std::vector<SpeechChunk>& chunks) {
 void SpeechChunker::flushBuffer(std::vector<SpeechChunk>& chunks) {
     if (holdsCarryOnly) return endForcedCut(chunks);
     if (speechBuffer.size() >= settings.minFlushSamples)
-        cutChunk(true, settings.minFlushSamples, "finish_flush", chunks);
+        cutChunk(Cut::atEnd, settings.minFlushSamples, "finish_flush", chunks);
     else if (speechBuffer.size() >= frameSamples)
-        cutChunk(true, speechBuffer.size(), "finish_flush_remainder", chunks);
+        cutChunk(Cut::atEnd, speechBuffer.size(), "finish_flush_remainder", chunks);
 }
 
-void SpeechChunker::cutChunk(bool force, std::optional<std::size_t> minimum, const char* reason,
+void SpeechChunker::cutChunk(Cut kind, std::optional<std::size_t> minimum, const char* reason,
                              std::vector<SpeechChunk>& chunks) {
     const std::size_t required = minimum.value_or(leastCutSamples);
+    const bool force = kind != Cut::atSilence;
     const std::size_t cut = force && speechBuffer.size() > maxChunkSamples
                                 ? vad.findSplit(speechBuffer, maxChunkSamples)
                                 : speechBuffer.size();
@@ -128,18 +131,21 @@ void SpeechChunker::cutChunk(bool force, std::optional<std::size_t> minimum, con
     }
     const auto end = speechBuffer.begin() + static_cast<std::ptrdiff_t>(cut);
     const std::size_t overlap = cut > chunkOverlapSamples ? chunkOverlapSamples : 0;
+    const std::size_t left = speechBuffer.size() - cut;
+    const std::size_t silence = static_cast<std::size_t>(silenceFrames) * frameSamples;
     chunks.push_back({.samples = std::vector<float>(speechBuffer.begin(), end),
                       .date = clock.now(),
                       .followsForcedCut = std::exchange(carryOfForcedCut, false),
-                      .endsInForcedCut = force,
+                      .endsInForcedCut = kind == Cut::inSpeech,
                       .index = chunkCount++,
-                      .endSample = framedSamples - static_cast<std::int64_t>(speechBuffer.size() - cut)});
+                      .endSample = framedSamples - static_cast<std::int64_t>(left),
+                      .trailingSilence = silence - std::min(silence, left)});
     speechBuffer.erase(speechBuffer.begin(), end - static_cast<std::ptrdiff_t>(overlap));
     holdsCarryOnly = overlap != 0 && speechBuffer.size() == overlap;
-    carryOfForcedCut = force && overlap != 0;
+    carryOfForcedCut = kind == Cut::inSpeech && overlap != 0;
     silenceFrames = 0;
     note(fmt::format("chunk_emit label={} reason={} samples={} durationSeconds={:.2f}", settings.speakerLabel, reason,
-                     cut, static_cast<double>(cut) / 16'000));
+                     cut, static_cast<double>(cut) / pcmSampleRate));
 }
 
 } // namespace tavrin

@@ -23,8 +23,9 @@ struct SpeechChunk {
     bool followsForcedCut = false;
     /// It ends in the middle of speech.
     bool endsInForcedCut = false;
-    std::size_t index = 0;      ///< counts the chunks of a lane
-    std::int64_t endSample = 0; ///< of the lane, counted from the first that the chunker was given
+    std::size_t index = 0;           ///< counts the chunks of a lane
+    std::int64_t endSample = 0;      ///< of the lane, counted from the first that the chunker was given
+    std::size_t trailingSilence = 0; ///< samples at its end below the gate
 };
 
 /// What makes one lane's chunks differ from another's. Lengths in samples.
@@ -73,7 +74,8 @@ private:
     void passCarry(std::vector<SpeechChunk>& chunks);
     void endForcedCut(std::vector<SpeechChunk>& chunks);
     void flushBuffer(std::vector<SpeechChunk>& chunks);
-    void cutChunk(bool force, std::optional<std::size_t> minimum, const char* reason, std::vector<SpeechChunk>& chunks);
+    enum class Cut : std::uint8_t { atSilence, inSpeech, atEnd };
+    void cutChunk(Cut kind, std::optional<std::size_t> minimum, const char* reason, std::vector<SpeechChunk>& chunks);
 
     // constant after construction
     const LaneSettings settings;

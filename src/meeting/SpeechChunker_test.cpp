@@ -64,6 +64,7 @@ TEST_F(SpeechChunkerTest, unbroken_speech_is_cut_every_three_seconds) {
     const auto chunks = chunker.append(std::vector<float>(98'000, 0.1F));
     ASSERT_EQ(chunks.size(), 2U);
     EXPECT_FALSE(chunks[0].followsForcedCut);
+    EXPECT_TRUE(chunks[0].endsInForcedCut);
     EXPECT_TRUE(chunks[1].followsForcedCut);
 }
 
@@ -81,6 +82,12 @@ TEST_F(SpeechChunkerTest, carry_of_a_chunk_is_no_speech_of_its_own) {
 TEST_F(SpeechChunkerTest, flush_sends_the_rest_but_no_splinter) {
     EXPECT_THAT(hear({2}), IsEmpty());
     EXPECT_THAT(flush(), ElementsAre(3'200U));
+    chunker.clear();
+    EXPECT_THAT(hear({20, -3}), IsEmpty());
+    const auto last = chunker.flush();
+    ASSERT_EQ(last.size(), 1U) << "nothing follows it";
+    EXPECT_FALSE(last[0].endsInForcedCut);
+    EXPECT_EQ(last[0].trailingSilence, 4'800U);
     chunker.clear();
     EXPECT_THAT(chunker.append(std::vector<float>(1'599, 0.1F)), IsEmpty());
     EXPECT_THAT(flush(), IsEmpty());
@@ -166,6 +173,17 @@ TEST_F(WhisperStreamProcessorTest, slow_engine_drops_the_oldest_and_keeps_the_qu
     EXPECT_THAT(notes, Contains(HasSubstr("live_chunk_dropped label=Them reason=backlog_cap pending=7")));
     EXPECT_THAT(pending, Each(Le(2 * (8 * 48'800) + (2 * 48'800))));
     EXPECT_GT(processor->droppedSampleCount(), 0);
+}
+
+TEST_F(WhisperStreamProcessorTest, only_sound_takes_a_place_in_the_queue) {
+    engineTime = 60s;
+    for (int i = 0; i < 9; ++i) { // one in the engine, eight wait, each with the word that its speech has ended
+        hear(3s);
+        hear(1s, 0);
+    }
+    EXPECT_EQ(processor->droppedSampleCount(), 0);
+    hear(3s);
+    EXPECT_EQ(processor->droppedSampleCount(), 48'000);
 }
 
 TEST_F(WhisperStreamProcessorTest, nothing_is_told_after_cancel) {

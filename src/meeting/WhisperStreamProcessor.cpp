@@ -18,6 +18,11 @@ constexpr Logger log{"WhisperStreamProcessor"};
 /// What waits in a quiet lane: the end of the last chunk, and less than a frame.
 constexpr auto quietSamples =
     static_cast<std::int64_t>(SpeechChunker::chunkOverlapSamples + SpeechChunker::frameSamples);
+
+/// Other chunks only say that speech has ended.
+bool holdsSound(const SpeechChunk& chunk) {
+    return !chunk.samples.empty();
+}
 } // namespace
 
 /// The half that works on the lane's executor.
@@ -123,8 +128,9 @@ void WhisperStreamProcessor::cancel() {
 void WhisperStreamProcessor::enqueue(SpeechChunk chunk) {
     if (isCancelled) return;
     const std::size_t samples = chunk.samples.size();
-    if (pendingChunks.size() >= maxPendingChunks || pendingChunkSamples + samples > maxPendingSamples) {
-        if (pendingChunks.empty()) {
+    const auto waiting = static_cast<std::size_t>(std::ranges::count_if(pendingChunks, holdsSound));
+    if (samples > 0 && (waiting >= maxPendingChunks || pendingChunkSamples + samples > maxPendingSamples)) {
+        if (waiting == 0) {
             droppedSamples += static_cast<std::int64_t>(samples);
             use.note(fmt::format("live_chunk_dropped label={} reason=backlog_cap_immediate samples={} droppedTotal={}",
                                  speakerLabel, samples, droppedSamples));
@@ -139,6 +145,8 @@ void WhisperStreamProcessor::enqueue(SpeechChunk chunk) {
 }
 
 void WhisperStreamProcessor::dropOldest() {
+    while (!holdsSound(pendingChunks.front()))
+        pendingChunks.pop_front(); // the end of what was dropped before
     const std::size_t samples = pendingChunks.front().samples.size();
     pendingChunks.pop_front();
     pendingChunkSamples -= samples;
