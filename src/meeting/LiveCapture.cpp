@@ -1,5 +1,6 @@
 #include "meeting/LiveCapture.h"
 
+#include "audio/PcmFormat.h"
 #include "meeting/MeetingMessages.h"
 #include "support/async/Sleep.h"
 
@@ -36,6 +37,7 @@ LiveCapture::LiveCapture(Dependencies dependencies, SessionState& published, Ope
       meLines(use.main, transcript, [this](Date date) { return themMayFollow(date); }), tasks(use.main) {
     use.mixedCapture.onMicrophoneLost = [this](bool isLost) {
         state.microphoneNotice = isLost ? std::optional<std::string>(messages::microphoneLost) : std::nullopt;
+        if (isLost) state.micAudioLevel = 0;
         use.diagnostics.log(isLost ? "microphone_lost" : "microphone_back");
     };
 }
@@ -48,30 +50,32 @@ LiveCapture::~LiveCapture() {
 
 // Start
 
-Task<bool> LiveCapture::startLiveCapture(bool clearInterim) {
+Task<LiveCapture::Started> LiveCapture::startLiveCapture(bool clearInterim) {
     expectCurrent(use.main);
     if (!std::holds_alternative<WhisperModelService::Ready>(*use.models.state)) {
         state.showWhisperModelSetup = true;
-        co_return false;
+        co_return Started::failed;
     }
     const std::uint64_t generation = ++captureGeneration;
+    opening = true;
     transcript.cancelThemResults();
     resetLanes();
     resetMeters();
     wireMeters();
     if (clearInterim) state.interimPartial = "";
     wireArchive();
-    if (!co_await startCapture(generation)) co_return false;
+    if (const Started opened = co_await startCapture(generation); opened != Started::live) co_return opened;
+    opening = false;
     tellWhatIsCaptured();
     meeting.activeTime.open(use.clock.now());
     tellLoading();
-    if (!co_await loadEngines(generation)) co_return false;
+    if (const Started loaded = co_await loadEngines(generation); loaded != Started::live) co_return loaded;
     attach();
     wireLive();
     tellLive();
     backlogRefreshTask.cancel();
     backlogRefreshTask = tasks.spawn(refreshBacklogEverySecond());
-    co_return true;
+    co_return Started::live;
 }
 
 void LiveCapture::resetLanes() {
@@ -126,27 +130,29 @@ WhisperStreamProcessor::Inlet LiveCapture::chunkSink(std::shared_ptr<PcmArchive>
     };
 }
 
-Task<bool> LiveCapture::startCapture(std::uint64_t generation) {
+Task<LiveCapture::Started> LiveCapture::startCapture(std::uint64_t generation) {
     try {
         const auto started = co_await use.mixedCapture.start();
         if (captureGeneration != generation || started == MixedAudioCaptureService::Started::superseded)
-            co_return false;
+            co_return Started::superseded;
         state.systemAudioActive = started == MixedAudioCaptureService::Started::both;
-        co_return true;
+        co_return Started::live;
     } catch (const std::exception& error) {
-        failStart(error, generation);
-        co_return false;
+        co_return failStart(error, generation);
     }
 }
 
-void LiveCapture::failStart(const std::exception& error, std::uint64_t generation) {
+LiveCapture::Started LiveCapture::failStart(const std::exception& error, std::uint64_t generation) {
     use.diagnostics.log(std::string("whisper_load_failed ") + error.what());
-    if (captureGeneration != generation) return;
+    if (captureGeneration != generation) return Started::superseded;
+    opening = false;
     transcript.cancelThemResults();
     resetLanes();
+    meeting.activeTime.closeActiveStretch(use.clock.now());
     state.interimPartial = "";
     state.processingStatusMessage = std::nullopt;
     state.status = MeetingStatus::error(error.what());
+    return Started::failed;
 }
 
 void LiveCapture::tellWhatIsCaptured() {
@@ -166,8 +172,7 @@ void LiveCapture::tellLoading() {
     state.processingStatusMessage = std::string(messages::loadingStatus);
 }
 
-/// True when the engines are there and nothing newer has happened meanwhile.
-Task<bool> LiveCapture::loadEngines(std::uint64_t generation) {
+Task<LiveCapture::Started> LiveCapture::loadEngines(std::uint64_t generation) {
     use.diagnostics.log("whisper_load_start");
     loadTicker.cancel();
     loadTicker = tasks.spawn(tick(generation));
@@ -175,8 +180,7 @@ Task<bool> LiveCapture::loadEngines(std::uint64_t generation) {
         co_await use.engines.ensureMeetingModelLoaded();
     } catch (const std::exception& error) {
         if (captureGeneration == generation) loadTicker.cancel();
-        failStart(error, generation);
-        co_return false;
+        co_return failStart(error, generation);
     }
     use.engines.suspendBackgroundMeetingModelLoad();
     if (*state.systemAudioActive && use.engines.isSmallEnInstalled()) {
@@ -190,14 +194,14 @@ Task<bool> LiveCapture::loadEngines(std::uint64_t generation) {
     use.diagnostics.log(std::string("whisper_load_done archive=") + word + " liveMe=" + word);
     if (captureGeneration != generation) {
         use.diagnostics.log("live_attach_skipped_stale_generation");
-        co_return false;
+        co_return Started::superseded;
     }
     loadTicker.cancel();
     if (!state.status->isCapturing()) {
         use.mixedCapture.stop();
-        co_return false;
+        co_return Started::superseded;
     }
-    co_return true;
+    co_return Started::live;
 }
 
 void LiveCapture::attach() {
@@ -313,7 +317,7 @@ bool LiveCapture::themMayFollow(Date date) const {
 
 void LiveCapture::noteResult(const std::string& text, const char* label, const SpeechChunk& chunk) {
     const double offset = meeting.sessionRecordedAt ? chunk.date.secondsSince(*meeting.sessionRecordedAt) : 0;
-    const double length = static_cast<double>(chunk.samples.size()) / 16'000;
+    const double length = static_cast<double>(chunk.samples.size()) / pcmSampleRate;
     use.diagnostics.logResult(text, label, offset, offset + length);
 }
 
@@ -330,6 +334,7 @@ EndedLanes LiveCapture::end() {
     backlogRefreshTask.cancel();
     loadTicker.cancel();
     ++captureGeneration;
+    opening = false;
     EndedLanes lanes{.me = std::move(meProcessor),
                      .them = std::move(themProcessor),
                      .base = pcmBaseSampleOffset,
@@ -353,7 +358,7 @@ void LiveCapture::refreshBacklog() {
     std::int64_t pending = 0;
     if (meProcessor) pending += meProcessor->pendingSampleCount();
     if (themProcessor) pending += themProcessor->pendingSampleCount();
-    state.transcriptionBacklogSeconds = static_cast<double>(pending) / 16'000;
+    state.transcriptionBacklogSeconds = static_cast<double>(pending) / pcmSampleRate;
 }
 
 Task<void> LiveCapture::refreshBacklogEverySecond() {

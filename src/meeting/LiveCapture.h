@@ -16,12 +16,6 @@
 
 namespace tavrin {
 
-/// Samples of each lane that are transcribed, counted from the beginning of its archive.
-struct LaneCounts {
-    std::int64_t me = 0;
-    std::int64_t them = 0;
-};
-
 /// The processors of a stretch of capture that has ended, with what they have not transcribed yet.
 struct EndedLanes {
     std::unique_ptr<WhisperStreamProcessor> me;
@@ -54,11 +48,18 @@ public:
     LiveCapture(Dependencies dependencies, SessionState& state, OpenMeeting& meeting, LiveTranscript& transcript);
     ~LiveCapture();
 
-    /// Begins to record, loads what is needed and goes live. False when it did not come to that: the status then tells
-    /// why, or belongs to whoever did something newer.
-    Task<bool> startLiveCapture(bool clearInterim);
+    /// How a start ended: the lanes are live; it failed, and nothing is captured (the status or a sheet tells why); or
+    /// something newer has the say, and all belongs to that.
+    enum class Started : std::uint8_t { live, failed, superseded };
 
-    /// Ends capture and gives what is to be drained. Nothing comes from the capture queues any more.
+    /// Begins to record, loads what is needed and goes live.
+    Task<Started> startLiveCapture(bool clearInterim);
+
+    /// A start is on its way and has no device yet.
+    [[nodiscard]] bool isOpening() const { return opening; }
+
+    /// Ends capture, or a start that is on its way, and gives what is to be drained. Nothing comes from the capture
+    /// queues any more.
     EndedLanes end();
 
     void resetMeters();
@@ -75,10 +76,10 @@ private:
     void resetLanes();
     void wireMeters();
     void wireArchive();
-    Task<bool> startCapture(std::uint64_t generation);
+    Task<Started> startCapture(std::uint64_t generation);
     void tellWhatIsCaptured();
     void tellLoading();
-    Task<bool> loadEngines(std::uint64_t generation);
+    Task<Started> loadEngines(std::uint64_t generation);
     void attach();
     void wireLive();
     void tellLive();
@@ -92,7 +93,7 @@ private:
     WhisperStreamProcessor::Inlet chunkSink(std::shared_ptr<PcmArchive> archive,
                                             DiagnosticsCaptureFrameCounter& counter,
                                             WhisperStreamProcessor::Inlet live = {});
-    void failStart(const std::exception& error, std::uint64_t generation);
+    Started failStart(const std::exception& error, std::uint64_t generation);
 
     [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> meLaneProcessor();
     [[nodiscard]] std::unique_ptr<WhisperStreamProcessor> themLaneProcessor();
@@ -116,6 +117,7 @@ private:
 
     // state, main executor
     std::uint64_t captureGeneration = 0;
+    bool opening = false; // of this generation
     std::unique_ptr<WhisperStreamProcessor> meProcessor;
     std::unique_ptr<WhisperStreamProcessor> themProcessor;
     std::shared_ptr<EchoReference> echoReference;

@@ -24,6 +24,9 @@ inline constexpr std::string_view cannotSave =
     "This recording can’t be saved right now: the disk is full or not writable. Up to a minute is kept in memory and "
     "saved as soon as there is room.";
 
+inline constexpr std::string_view noArchive =
+    "This meeting’s sound can’t be saved: its folder can’t be made. The live transcript goes on.";
+
 inline constexpr std::string_view loadingFirst =
     "Recording now — loading speech model for accuracy (audio is already being saved)…";
 inline constexpr std::string_view loadingStatus = "Recording — loading speech model…";

@@ -19,6 +19,12 @@ struct CaptureStretch {
     bool operator==(const CaptureStretch&) const = default;
 };
 
+/// Samples of each lane that are transcribed, counted from the beginning of its archive.
+struct LaneCounts {
+    std::int64_t me = 0;
+    std::int64_t them = 0;
+};
+
 /// What belongs to the meeting that is open, shared by the session's collaborators. Thread: main executor only.
 struct OpenMeeting {
     std::optional<std::string> meetingID;
@@ -27,6 +33,8 @@ struct OpenMeeting {
     std::optional<Date> sessionRecordedAt;
     ActiveTime activeTime;
     std::vector<CaptureStretch> stretches;
+    /// When capture last ended.
+    LaneCounts transcribed;
     /// Counts up whenever transcript work is abandoned: results of earlier work are dropped.
     std::uint64_t transcriptWorkGeneration = 0;
     /// While what was captured is being drained its results still count.

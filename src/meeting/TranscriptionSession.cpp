@@ -1,5 +1,6 @@
 #include "meeting/TranscriptionSession.h"
 
+#include "audio/PcmFormat.h"
 #include "meeting/MeetingDates.h"
 #include "meeting/MeetingId.h"
 #include "meeting/MeetingMessages.h"
@@ -52,26 +53,28 @@ TranscriptionSession::~TranscriptionSession() = default;
 
 // Start
 
-bool TranscriptionSession::mayStart() const {
-    const Phase phase = state.status->phase;
-    if (phase == Phase::loadingModel || phase == Phase::recording || phase == Phase::processing) return false;
-    return !isStartingCapture && !(use.isDictationBusy && use.isDictationBusy());
+bool TranscriptionSession::mayBeginAnew() const {
+    return !isCapturing() && state.status->phase != Phase::processing && !isStopping;
 }
 
 Task<void> TranscriptionSession::startRecording() {
     expectCurrent(use.capture.main);
-    if (!mayStart()) co_return;
-    const Flagged starting(isStartingCapture);
-    if (!co_await checkPrerequisites()) co_return;
+    if (!mayBeginAnew() || isStarting() || (use.isDictationBusy && use.isDictationBusy())) co_return;
+    const auto underWay = std::make_shared<const char>();
+    startUnderWay = underWay;
+    if (!co_await checkPrerequisites() || !mayBeginAnew()) co_return;
     resetMeeting();
     openMeeting();
-    if (co_await capture.startLiveCapture(true)) {
+    switch (co_await capture.startLiveCapture(true)) {
+    case LiveCapture::Started::live:
         startCheckpoints();
-        co_return;
+        break;
+    case LiveCapture::Started::failed:
+        co_await undoStart();
+        break;
+    case LiveCapture::Started::superseded:
+        break;
     }
-    const Phase phase = state.status->phase;
-    if (isCapturing() || phase == Phase::processing || phase == Phase::paused) co_return;
-    co_await undoStart();
 }
 
 Task<bool> TranscriptionSession::checkPrerequisites() {
@@ -105,6 +108,7 @@ void TranscriptionSession::resetMeeting() {
     state.isRestored = false;
     state.systemAudioActive = false;
     state.transcriptionBacklogSeconds = 0;
+    if (meeting.persistence) tasks.spawn(saveLeft(meeting.persistence));
     meeting = {.transcriptWorkGeneration = meeting.transcriptWorkGeneration};
     capture.resetMeters();
 }
@@ -116,6 +120,7 @@ void TranscriptionSession::openMeeting() {
     state.meetingDate = meetingDateText(now);
     meeting.meetingID = newMeetingID();
     meeting.persistence = openPersistence(*meeting.meetingID);
+    if (!meeting.persistence) state.saveNotice = std::string(messages::noArchive);
     use.capture.diagnostics.startMeeting(*meeting.meetingID);
     capture.clearFrameCounters();
     // A crash before the first minute is over finds the meeting by this.
@@ -125,12 +130,12 @@ void TranscriptionSession::openMeeting() {
 std::shared_ptr<TranscriptPersistence> TranscriptionSession::openPersistence(const std::string& meetingID) {
     try {
         return std::make_shared<TranscriptPersistence>(
-            use.applicationSupport, meetingID, use.capture.main, use.storage, [this](bool cannotSave) {
-                state.saveNotice = cannotSave ? std::optional<std::string>(messages::cannotSave) : std::nullopt;
+            use.applicationSupport, meetingID, use.capture.main, use.storage, [this, meetingID](bool cannotSave) {
+                if (meeting.meetingID == meetingID)
+                    state.saveNotice = cannotSave ? std::optional<std::string>(messages::cannotSave) : std::nullopt;
             });
     } catch (const FileError& error) {
-        log.error("the meeting runs without an archive: {}", error.what());
-        state.saveNotice = std::string(messages::cannotSave);
+        log.error("a meeting has no archive: {}", error.what());
         return nullptr;
     }
 }
@@ -142,12 +147,11 @@ Task<void> TranscriptionSession::undoStart() {
         const auto worth = [](const std::shared_ptr<PcmArchive>& archive) {
             return static_cast<std::int64_t>(archive->sampleCount()) >= leastSamples;
         };
-        meeting.activeTime.closeActiveStretch(use.capture.clock.now());
         if (worth(persistence->micPCM()) || worth(persistence->themPCM())) {
             meeting.persistence = persistence;
             defaultTitle();
             co_await writeCheckpoint();
-            co_await persistence->flush();
+            tasks.spawn(saveLeft(persistence));
         } else {
             persistence->deleteAll();
         }
@@ -155,6 +159,12 @@ Task<void> TranscriptionSession::undoStart() {
     use.capture.diagnostics.endMeeting();
     meeting = {.transcriptWorkGeneration = meeting.transcriptWorkGeneration};
     if (state.status->phase == Phase::loadingModel) state.status = MeetingStatus{};
+}
+
+/// What a meeting that is left still holds in memory goes to the disk when that takes it.
+Task<void> TranscriptionSession::saveLeft(std::shared_ptr<TranscriptPersistence> left) {
+    while (!co_await left->flush()) {
+    }
 }
 
 // Pause and resume
@@ -169,7 +179,10 @@ void TranscriptionSession::pauseRecording() {
 }
 
 void TranscriptionSession::beginProcessing(std::optional<MeetingStatus> then) {
+    startUnderWay.reset();
+    meeting.transcribed = capture.transcribedSamples();
     EndedLanes lanes = capture.end();
+    meeting.isDraining = true; // results that are on their way count from now on
     state.interimPartial = std::string(messages::finishingTranscript);
     state.processingStatusMessage = std::string(messages::finishingTranscript);
     state.status = MeetingStatus{.phase = Phase::processing};
@@ -192,7 +205,7 @@ Task<void> TranscriptionSession::drain(EndedLanes lanes, std::optional<MeetingSt
         "themPending={} meOffset={} themOffset={}",
         counts.transcribed.me - base.me, counts.transcribed.them - base.them, counts.dropped.me, counts.dropped.them,
         counts.pending.me, counts.pending.them, base.me, base.them));
-    drained = counts.transcribed;
+    meeting.transcribed = counts.transcribed;
     co_await writeCheckpoint();
     if (generation != meeting.transcriptWorkGeneration || id != meeting.meetingID) co_return;
     if (state.status->phase != Phase::processing) co_return;
@@ -205,18 +218,21 @@ Task<void> TranscriptionSession::drain(EndedLanes lanes, std::optional<MeetingSt
 
 Task<void> TranscriptionSession::resumeRecording() {
     expectCurrent(use.capture.main);
-    if (state.status->phase != Phase::paused || isStartingCapture) co_return;
-    const Flagged starting(isStartingCapture);
+    if (state.status->phase != Phase::paused || isStarting() || isStopping || capture.isOpening()) co_return;
     const auto& engines = use.capture.engines;
     if (!engines.largeEngineLoaded() && !engines.smallEngineLoaded())
         state.status = MeetingStatus{.phase = Phase::loadingModel};
     state.systemAudioNotice = std::nullopt;
-    const bool isLive = co_await capture.startLiveCapture(false);
-    const Phase phase = state.status->phase;
-    if (isLive)
+    switch (co_await capture.startLiveCapture(false)) {
+    case LiveCapture::Started::live:
         startCheckpoints();
-    else if (phase != Phase::processing && phase != Phase::idle)
+        break;
+    case LiveCapture::Started::failed:
         state.status = MeetingStatus{.phase = Phase::paused};
+        break;
+    case LiveCapture::Started::superseded:
+        break;
+    }
 }
 
 // Stop
@@ -232,11 +248,13 @@ Task<void> TranscriptionSession::stopRecording() {
         checkpointTask.cancel();
         defaultTitle();
         beginProcessing(std::nullopt);
+    } else if (capture.isOpening()) {
+        capture.end(); // a resume that has no device yet
     }
     if (!co_await waitForArchiveDrain()) giveUpDrain();
     state.isRecoveringArchivedTranscript = false;
     defaultTitle();
-    co_await writeCheckpoint();
+    co_await race(writeCheckpoint(), PcmArchive::mostFlushTime); // a disk that hangs keeps nobody from ending
     if (meeting.persistence) co_await meeting.persistence->flush();
     finishRecording();
     use.capture.diagnostics.endMeeting();
@@ -252,7 +270,7 @@ Duration TranscriptionSession::drainBudget() const {
     std::uint64_t samples = 0;
     if (meeting.persistence)
         samples = std::max(meeting.persistence->micPCM()->sampleCount(), meeting.persistence->themPCM()->sampleCount());
-    const double seconds = std::clamp((static_cast<double>(samples) / 16'000 * 3) + 20, 45.0, 900.0);
+    const double seconds = std::clamp((static_cast<double>(samples) / pcmSampleRate * 3) + 20, 45.0, 900.0);
     return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds));
 }
 
@@ -337,7 +355,7 @@ Task<bool> TranscriptionSession::writeCheckpoint() {
     const auto persistence = meeting.persistence;
     if (!persistence || !meeting.meetingID || !meeting.sessionRecordedAt) co_return false;
     const Date now = use.capture.clock.now();
-    const LaneCounts counts = isCapturing() ? capture.transcribedSamples() : drained;
+    const LaneCounts counts = isCapturing() ? capture.transcribedSamples() : meeting.transcribed;
     TranscriptCheckpoint checkpoint{.meetingID = *meeting.meetingID,
                                     .startedAt = *meeting.sessionRecordedAt,
                                     .durationSeconds = activeRecordingDuration(),
@@ -371,7 +389,7 @@ Task<void> TranscriptionSession::restoreOpenMeeting() {
     expectCurrent(use.capture.main);
     const auto mayRestore = [this] {
         const Phase phase = state.status->phase;
-        return !isStartingCapture && state.segments->empty() && !meeting.meetingID &&
+        return !isStarting() && state.segments->empty() && !meeting.meetingID &&
                (phase == Phase::idle || phase == Phase::paused || phase == Phase::error);
     };
     if (!mayRestore()) co_return;
@@ -381,8 +399,8 @@ Task<void> TranscriptionSession::restoreOpenMeeting() {
     meeting.persistence = std::move(found->persistence);
     meeting.sessionRecordedAt = found->checkpoint.startedAt;
     meeting.activeTime.accumulatedActiveDuration = found->checkpoint.durationSeconds;
-    drained = {.me = found->checkpoint.meTranscribedSamples.value_or(0),
-               .them = found->checkpoint.themTranscribedSamples.value_or(0)};
+    meeting.transcribed = {.me = found->checkpoint.meTranscribedSamples.value_or(0),
+                           .them = found->checkpoint.themTranscribedSamples.value_or(0)};
     transcript.restore(found->segments);
     state.transcriptTitle = found->checkpoint.title;
     state.meetingDate = meetingDateText(found->checkpoint.startedAt);

@@ -93,11 +93,13 @@ private:
     };
 
     // The steps of a start.
-    [[nodiscard]] bool mayStart() const;
+    [[nodiscard]] bool isStarting() const { return !startUnderWay.expired(); }
+    [[nodiscard]] bool mayBeginAnew() const;
     Task<bool> checkPrerequisites();
     void resetMeeting();
     void openMeeting();
     Task<void> undoStart();
+    Task<void> saveLeft(std::shared_ptr<TranscriptPersistence> left);
 
     void beginProcessing(std::optional<MeetingStatus> then);
     Task<void> drain(EndedLanes lanes, std::optional<MeetingStatus> then);
@@ -117,9 +119,8 @@ private:
     LiveCapture capture;
 
     // state, main executor
-    bool isStartingCapture = false;
+    std::weak_ptr<const void> startUnderWay; // held by the start that has the say
     bool isStopping = false;
-    LaneCounts drained; // transcribed when capture last ended
     std::shared_ptr<PowerActivity::Token> processingActivity;
     TaskHandle processingDrainTask;
     TaskHandle checkpointTask;

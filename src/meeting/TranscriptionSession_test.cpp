@@ -26,6 +26,16 @@ protected:
         world->play(800ms, 0.0F, 0.0F);
     }
 
+    /// Of the only meeting on the disk; an empty one where there is none.
+    [[nodiscard]] TranscriptCheckpoint checkpoint() const {
+        for (const std::string& name : world->recordings())
+            if (name.ends_with("-checkpoint.json"))
+                return TranscriptCheckpoint::parse(world->disk.read("TavrinAssistant/Recordings/" + name, 1 << 20))
+                    .value();
+        ADD_FAILURE() << "no checkpoint";
+        return {};
+    }
+
     const LogCapture logged;
     MemoryFolder disk;
     std::unique_ptr<World> world = std::make_unique<World>(disk);
@@ -95,9 +105,70 @@ TEST_F(TranscriptionSessionTest, stop_during_model_load_keeps_audio) {
     EXPECT_FALSE(world->microphone.isHeard());
     EXPECT_GT(world->samplesOnDisk("-me.pcm"), 16'000U * 4);
     EXPECT_THAT(*world->session.state.transcriptTitle, StartsWith("Meeting "));
+    world->session.setTranscriptTitle("Spring launch");
+    world->time.runUntilIdle();
+    EXPECT_EQ(checkpoint().title, "Spring launch") << "the meeting on screen is still that one";
+}
+
+TEST_F(TranscriptionSessionTest, what_began_while_a_model_loads_does_not_stand_in_the_way_of_what_comes_next) {
+    world->engines.loadTime = 40s;
+    world->start();
+    world->session.pauseRecording();
+    world->time.runUntilIdle();
+    EXPECT_EQ(world->phase(), Phase::paused);
+    world->session.resume();
+    world->time.runUntilIdle();
+    EXPECT_EQ(world->phase(), Phase::loadingModel);
+    EXPECT_TRUE(world->microphone.isHeard());
+    world->finish(world->session.stopRecording());
+    world->start();
+    EXPECT_EQ(world->phase(), Phase::loadingModel);
+    world->time.advance(60s);
+    EXPECT_EQ(world->phase(), Phase::recording);
+}
+
+TEST_F(TranscriptionSessionTest, stop_ends_a_resume_that_is_opening_its_devices) {
+    world->start();
+    speak(0.2F, {});
+    world->session.pauseRecording();
+    world->time.runUntilIdle();
+    world->session.resume();
+    world->finish(world->session.stopRecording());
+    world->time.advance(10s);
+    EXPECT_EQ(world->phase(), Phase::idle);
+    EXPECT_FALSE(world->microphone.isHeard());
+}
+
+TEST_F(TranscriptionSessionTest, nothing_begins_while_a_stop_waits_for_the_disk) {
+    world->start();
+    world->play(2s, 0.2F, {});
+    disk.limitCapacity(0);
+    world->play(2s, 0.2F, {});
+    world->session.pauseRecording();
+    world->time.runUntilIdle();
+    ASSERT_EQ(world->phase(), Phase::paused);
+    world->session.stop();
+    world->time.advance(1s);
+    world->session.resume();
+    world->start();
+    world->time.advance(20s);
+    EXPECT_EQ(world->phase(), Phase::idle);
+    EXPECT_FALSE(world->microphone.isHeard());
+
+    world->start(); // what the last meeting could not write is not forgotten
+    disk.limitCapacity(std::nullopt);
+    world->play(2s, {}, {});
+    EXPECT_GT(world->samplesOnDisk("-me.pcm"), 16'000U * 3);
 }
 
 TEST_F(TranscriptionSessionTest, failed_load_keeps_what_was_said_and_nothing_else) {
+    world->start();
+    speak(0.2F, {});
+    world->finish(world->session.stopRecording());
+    ASSERT_GT(checkpoint().meTranscribedSamples, 0);
+    for (const std::string& name : world->recordings())
+        disk.remove("TavrinAssistant/Recordings/" + name);
+
     world->engines.failLoad = "broken model";
     world->start();
     EXPECT_EQ(*world->session.state.status, MeetingStatus::error("broken model"));
@@ -109,7 +180,7 @@ TEST_F(TranscriptionSessionTest, failed_load_keeps_what_was_said_and_nothing_els
     world->play(3s, 0.2F, 0.2F);
     world->time.advance(5s);
     EXPECT_EQ(*world->session.state.status, MeetingStatus::error("broken model"));
-    EXPECT_THAT(world->recordings(), Contains(HasSubstr("-checkpoint.json")));
+    EXPECT_EQ(checkpoint().meTranscribedSamples, 0) << "none of the meeting before";
     EXPECT_GT(world->samplesOnDisk("-me.pcm"), 16'000U * 2);
 }
 
@@ -214,19 +285,12 @@ TEST_F(TranscriptionSessionTest, full_disk_is_told_and_nothing_is_lost_when_ther
 
 TEST_F(TranscriptionSessionTest, checkpoint_is_written_every_minute) {
     world->start();
-    const auto lines = [&] {
-        for (const std::string& name : world->recordings())
-            if (name.ends_with("-checkpoint.json"))
-                return TranscriptCheckpoint::parse(disk.read("TavrinAssistant/Recordings/" + name, 1 << 20))
-                    ->segments.size();
-        return std::size_t{99};
-    };
     speak(0.2F, {});
-    EXPECT_EQ(lines(), 0U);
+    EXPECT_THAT(checkpoint().segments, IsEmpty());
     world->time.advance(60s - 2'840ms);
-    EXPECT_EQ(lines(), 0U);
+    EXPECT_THAT(checkpoint().segments, IsEmpty());
     world->time.advance(40ms);
-    EXPECT_EQ(lines(), 1U);
+    EXPECT_EQ(checkpoint().segments.size(), 1U);
 }
 
 TEST_F(TranscriptionSessionTest, meeting_survives_a_power_cut_at_any_moment) {
@@ -268,7 +332,7 @@ TEST_F(TranscriptionSessionTest, unreadable_recordings_folder_leaves_a_meeting_w
     speak(0.2F, {});
     EXPECT_EQ(world->phase(), Phase::recording);
     EXPECT_EQ(world->texts().size(), 1U);
-    EXPECT_EQ(*world->session.state.saveNotice, std::string(messages::cannotSave));
+    EXPECT_EQ(*world->session.state.saveNotice, std::string(messages::noArchive));
     world->finish(world->session.stopRecording());
 }
 
