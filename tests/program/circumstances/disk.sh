@@ -37,8 +37,8 @@ recordings_not_writable() {
   started_program
   mark
   begin_live_meeting
-  says_since "the meeting runs without an archive"
-  awaits_shown 10 "be saved right now"
+  says_since "a meeting has no archive"
+  awaits_shown 10 "The live transcript goes on"
   make_material
   sound_spawn player paplay --device=tavrin_speaker --latency-msec=200 "$material/speech.wav"
   await 60 shows "Them"
