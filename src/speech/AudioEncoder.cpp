@@ -1,5 +1,6 @@
 #include "speech/AudioEncoder.h"
 
+#include "platform/ModelFeatures.h"
 #include "speech/FeatureExtractor.h"
 #include "speech/SpeechAudio.h"
 #include "speech/SpeechError.h"
@@ -13,12 +14,6 @@ namespace {
 
 constexpr std::size_t shortestContextSamples = 10 * speechSampleRate;
 constexpr std::size_t silenceBehindSamples = 2 * speechSampleRate;
-
-std::optional<std::size_t> indexOf(const std::vector<TensorInfo>& features, const std::string& name) {
-    const auto found = std::ranges::find(features, name, &TensorInfo::name);
-    if (found == features.end()) return std::nullopt;
-    return static_cast<std::size_t>(found - features.begin());
-}
 
 template <typename Element>
 void bind(ModelRun& run, std::size_t index, std::vector<Element>& data, std::initializer_list<std::size_t> shape) {
@@ -47,8 +42,8 @@ std::vector<std::byte> joined(const std::vector<std::byte>& begin, const std::ve
 AudioEncoder::AudioEncoder(std::shared_ptr<const ModelGraph> encoder, std::size_t positions, bool needsEmbeds,
                            const std::string& file)
     : graph(std::move(encoder)), windowPositions(positions) {
-    const auto input = indexOf(graph->inputs(), "melspectrogram_features");
-    const auto embeds = indexOf(graph->outputs(), "encoder_output_embeds");
+    const auto input = indexOfFeature(graph->inputs(), "melspectrogram_features");
+    const auto embeds = indexOfFeature(graph->outputs(), "encoder_output_embeds");
     if (!input || !embeds) throw SpeechError(file + ": not an audio encoder");
     featureInput = *input;
     if (needsEmbeds) embedsOutput = embeds;
@@ -56,8 +51,8 @@ AudioEncoder::AudioEncoder(std::shared_ptr<const ModelGraph> encoder, std::size_
     if (embedsShape.size() != 3 || embedsShape[2] <= 0) throw SpeechError(file + ": the encoder's width is unknown");
     width = static_cast<std::size_t>(embedsShape[2]);
     for (int layer = 0;; ++layer) {
-        const auto key = indexOf(graph->outputs(), "cross_key_" + std::to_string(layer));
-        const auto value = indexOf(graph->outputs(), "cross_value_" + std::to_string(layer));
+        const auto key = indexOfFeature(graph->outputs(), "cross_key_" + std::to_string(layer));
+        const auto value = indexOfFeature(graph->outputs(), "cross_value_" + std::to_string(layer));
         if (!key || !value) break;
         const TensorInfo& info = graph->outputs()[*key];
         const bool isFloat = info.type == ElementType::float16 || info.type == ElementType::float32;

@@ -1,5 +1,6 @@
 #include "speech/DecoderRun.h"
 
+#include "platform/ModelFeatures.h"
 #include "speech/SpeechError.h"
 #include "speech/TranscriptionTimings.h"
 
@@ -16,9 +17,7 @@ public:
         : features(declared), file(std::move(fileName)) {}
 
     [[nodiscard]] std::optional<std::size_t> find(const std::string& name) const {
-        const auto found = std::ranges::find(features, name, &TensorInfo::name);
-        if (found == features.end()) return std::nullopt;
-        return static_cast<std::size_t>(found - features.begin());
+        return indexOfFeature(features, name);
     }
     [[nodiscard]] std::size_t need(const std::string& name, ElementType type, std::size_t rank) const {
         const auto index = find(name);

@@ -1,5 +1,6 @@
 #include "speech/VoiceActivity.h"
 
+#include "platform/ModelFeatures.h"
 #include "speech/SpeechError.h"
 
 #include <algorithm>
@@ -17,9 +18,9 @@ constexpr std::size_t stateSize = 128;
 constexpr std::size_t batchFrames = 64;
 
 std::size_t indexOf(const std::vector<TensorInfo>& features, const std::string& name, const std::string& file) {
-    const auto found = std::ranges::find(features, name, &TensorInfo::name);
-    if (found == features.end()) throw SpeechError(file + ": not a voice activity model: it has no \"" + name + "\"");
-    return static_cast<std::size_t>(found - features.begin());
+    const auto index = indexOfFeature(features, name);
+    if (!index) throw SpeechError(file + ": not a voice activity model: it has no \"" + name + "\"");
+    return *index;
 }
 
 } // namespace
