@@ -14,6 +14,7 @@ enum class ChunkingStrategy : std::uint8_t { vad };
 
 /// What a caller asks of one transcription. The defaults are the engine's.
 struct DecodingOptions {
+    /// The log (level debug) also gets a line per token: its place, never what it is.
     bool verbose = false;
     DecodingTask task = DecodingTask::transcribe;
     /// Two-letter code; none: detected if asked for, else English.

@@ -56,13 +56,15 @@ std::vector<TranscriptionResult> SpeechPipeline::transcribe(std::span<const floa
                                                             const DecodingOptions& decodeOptions,
                                                             const TranscriptionCallback& callback) {
     std::vector<TranscriptionResult> results;
-    if (decodeOptions.chunkingStrategy == ChunkingStrategy::vad) {
+    DecodingOptions options = decodeOptions;
+    options.verbose |= config.verbose;
+    if (options.chunkingStrategy == ChunkingStrategy::vad) {
         if (audioArray.empty()) throw SpeechError("Audio samples are nil");
         const auto processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()) / config.threads);
-        const int workers = std::clamp(decodeOptions.concurrentWorkerCount, 1, processors);
+        const int workers = std::clamp(options.concurrentWorkerCount, 1, processors);
         walked.total += audioArray.size();
         auto rest = audioArray;
-        ChunkedTranscriber(models(), decodeOptions, static_cast<std::size_t>(workers))
+        ChunkedTranscriber(models(), options, static_cast<std::size_t>(workers))
             .run(
                 [&](std::span<float> block) {
                     const std::size_t count = std::min(block.size(), rest.size());
@@ -80,7 +82,7 @@ std::vector<TranscriptionResult> SpeechPipeline::transcribe(std::span<const floa
     } else {
         TranscribeTask task(models(), &walked);
         task.segmentDiscoveryCallback = segmentDiscoveryCallback;
-        results.push_back(task.run(audioArray, decodeOptions, callback));
+        results.push_back(task.run(audioArray, options, callback));
     }
     TranscriptionTimings sum = models().loadTimings;
     for (const auto& result : results)

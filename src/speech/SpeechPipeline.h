@@ -32,6 +32,7 @@ struct SpeechPipelineConfig {
     ModelComputeOptions computeOptions;
     /// Processors that one window uses.
     int threads = 1;
+    /// All of its transcriptions are verbose; see DecodingOptions.
     bool verbose = false;
     /// Runs each model once while loading, so that the first window is not the slow one.
     bool prewarm = false;

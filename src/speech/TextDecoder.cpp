@@ -3,6 +3,7 @@
 #include "speech/CompressionRatio.h"
 #include "speech/SpeechAudio.h"
 #include "speech/SpeechError.h"
+#include "support/log/Log.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,11 +13,28 @@ namespace tavrin {
 
 namespace {
 
+constexpr Logger logger{"TextDecoder"};
+
 /// Half of the decoder's positions are for text said before.
 constexpr std::size_t mostPromptTokens = 223;
 
 float probabilityOf(std::span<const float> logits, int token) {
     return std::exp(logits[static_cast<std::size_t>(token)] - logSumExp(logits));
+}
+
+/// A line for each token of the prompt: where it stands, never what it is.
+void logPrompt(const char* what, std::size_t tokens) {
+    for (std::size_t index = 0; index < tokens; ++index)
+        logger.debug("{} prompt tokenIndex: {}", what, index);
+}
+
+/// Keeps what the `count`-th token of a window says of its text; `sum` is that of all log probabilities so far.
+void noteToken(DecodingResult& result, std::size_t count, float logProb, float sum) {
+    result.avgLogProb = sum / static_cast<float>(count);
+    if (count > 1) return;
+    result.firstTokenLogProb = logProb;
+    result.timings.firstTokenTime = steadySeconds();
+    logger.debug("Found first token at: {}", result.timings.firstTokenTime);
 }
 
 } // namespace
@@ -90,6 +108,7 @@ void TextDecoder::readStartLogits(std::span<const float> logits, const DecodingO
     const auto likeliest =
         std::ranges::max_element(cache.languageProbs, {}, [](const auto& entry) { return entry.second; });
     if (likeliest->second > surestLanguageDoubt) cache.language = likeliest->first;
+    logger.debug("Detected language: {}", cache.language);
 }
 
 std::shared_ptr<const DecodingCache> TextDecoder::prefill(DecoderRun& run, const DecodingOptions& options,
@@ -104,6 +123,7 @@ std::shared_ptr<const DecodingCache> TextDecoder::prefill(DecoderRun& run, const
     inputs.inputIds.assign(rest.begin(), rest.end());
     if (!inputs.inputIds.empty()) run.predict();
     cache->length = static_cast<std::size_t>(inputs.cacheLength);
+    if (options.verbose) logPrompt("Forcing", cache->length);
     cache->logits.assign(run.logits().begin(), run.logits().end());
     if (options.wordTimestamps) run.appendAlignment(cache->alignment);
     return cache;
@@ -140,6 +160,7 @@ DecodingResult TextDecoder::decodeText(const Window& window, DecodingInputs& inp
         if (cache) {
             inputs.truncate(cache->length);
             std::ranges::copy(cache->logits, run.logits().begin());
+            if (options.verbose) logPrompt("Skipping", cache->length);
         } else {
             cache = prefill(run, options, inputs);
         }
@@ -151,15 +172,15 @@ DecodingResult TextDecoder::decodeText(const Window& window, DecodingInputs& inp
     // The probability is the same at every temperature: a silent window needs no text to be told.
     if (options.noSpeechThreshold && result.noSpeechProb > *options.noSpeechThreshold) {
         result.fallback = DecodingFallback{false, "silence"};
-        return result;
+    } else {
+        GreedyTokenSampler sampler(temperature, tokenizer.special().endToken, options);
+        sampleTokens(run, window, inputs, sampler, options, callback, result);
+        result.text = tokenizer.decode(result.tokens);
+        result.compressionRatio = compressionRatio(result.tokens, tokenizer);
+        result.fallback = result.isStopped ? DecodingFallback{} : fallbackOf(result, options);
     }
-    GreedyTokenSampler sampler(temperature, tokenizer.special().endToken, options);
-    sampleTokens(run, window, inputs, sampler, options, callback, result);
     result.timings.decodingPredictions += run.predictionSeconds;
     result.timings.decodingKvCaching += run.cachingSeconds;
-    result.text = tokenizer.decode(result.tokens);
-    result.compressionRatio = compressionRatio(result.tokens, tokenizer);
-    result.fallback = result.isStopped ? DecodingFallback{} : fallbackOf(result, options);
     return result;
 }
 
@@ -182,16 +203,14 @@ void TextDecoder::sampleTokens(DecoderRun& run, const Window& window, DecodingIn
         rows.insert(rows.end(), result.cache->alignment.begin(), result.cache->alignment.end());
     }
     inputs.inputIds.assign(1, 0);
+    logger.debug("Running main loop for a maximum of {} iterations, starting at index {}", limit, promptLength);
     float sum = 0;
     std::size_t count = 0;
     while (count < limit) {
         const auto [token, logProb] = chooseToken(run.logits(), filters, sampler, sampled, result.timings);
+        if (options.verbose) logger.debug("Predicted next tokenIndex: {}", promptLength + count);
         sum += logProb;
-        if (++count == 1) {
-            result.firstTokenLogProb = logProb;
-            result.timings.firstTokenTime = steadySeconds();
-        }
-        result.avgLogProb = sum / static_cast<float>(count);
+        noteToken(result, ++count, logProb, sum);
         if (sampled.completed || count == limit) break;
         if (callback && !report(callback, std::span(sampled.tokens).subspan(promptLength), window.id, result)) {
             result.isStopped = true;

@@ -21,7 +21,7 @@ namespace tavrin {
 ///
 /// A token is chosen in `chooseToken`: every filter in order over the logits, then the sampler. All state of a loop is
 /// in its `DecodingInputs`, so one decoder may run windows on several threads. After its arrays are made the loop
-/// allocates nothing per token, unless a callback is given.
+/// allocates nothing per token, unless a callback is given or the options are verbose.
 class TextDecoder final {
 public:
     /// Throws SpeechError if `graph` is no decoder or of another variant than `config`; `file` stands in the text.

@@ -50,30 +50,37 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audio, const Deco
                                         const TranscriptionCallback& callback) {
     if (audio.empty()) throw SpeechError("Audio samples are nil");
     timings = {.pipelineStart = steadySeconds(), .inputAudioSeconds = secondsOf(audio.size())};
-    if (options.verbose) logger.debug("Starting pipeline at: {}", timings.pipelineStart);
+    logger.debug("Starting pipeline at: {}", timings.pipelineStart);
     TranscriptionResult result;
     for (const Clip& clip : seekClips(audio.size(), options)) {
-        if (options.verbose) logger.debug("Decoding seek clips: {} to {}", clip.begin, clip.end);
+        logger.debug("Decoding seek clips: {} to {}", clip.begin, clip.end);
         if (clip.begin >= clip.end) continue;
         if (progress != nullptr) progress->total += clip.end - clip.begin;
-        walkClip(audio, clip, options, callback, result);
+        if (!walkClip(audio, clip, options, callback, result)) break;
     }
     for (const auto& segment : result.segments)
         result.text += segment.text;
     timings.fullPipeline = steadySeconds() - timings.pipelineStart;
-    timings.decodingNonPrediction = timings.decodingLoop - timings.decodingPredictions;
+    // The prompt is predicted in the decoder's initialisation.
+    timings.decodingNonPrediction = timings.decodingInit + timings.decodingLoop - timings.decodingPredictions;
     result.timings = timings;
     return result;
 }
 
-void TranscribeTask::walkClip(std::span<const float> audio, const Clip& clip, const DecodingOptions& options,
+bool TranscribeTask::walkClip(std::span<const float> audio, const Clip& clip, const DecodingOptions& options,
                               const TranscriptionCallback& callback, TranscriptionResult& result) {
     std::size_t seek = clip.begin;
-    while (seek < clip.end && isWorthWalking(audio.subspan(seek, clip.end - seek), options)) {
+    bool isStopped = false;
+    const auto goesOn = [&] {
+        if (isStopped || seek >= clip.end) return false;
+        return seek == clip.begin || isRestWorthWalking(audio.subspan(seek, clip.end - seek), options);
+    };
+    while (goesOn()) {
         const std::size_t segmentSize = std::min(FeatureExtractor::windowSamples(), clip.end - seek);
-        if (options.verbose) logger.debug("Decoding Window Size: {} ({:.2f} s)", seek, secondsOf(segmentSize));
+        logger.debug("Decoding Window Size: {} ({:.2f} s)", seek, secondsOf(segmentSize));
         auto decoded = decodeWindow(audio.subspan(seek, segmentSize), options, callback);
-        if (options.verbose) logger.debug("Completed window: {}", windowId);
+        isStopped = decoded.isStopped;
+        logger.debug("Completed window: {}", windowId);
         const StageTimer windowing(timings.decodingWindowing);
         const SegmentSeeker::Window window{seek, segmentSize, static_cast<int>(result.segments.size())};
         auto found = models.segmentSeeker.findSeekPointAndSegments(decoded, options, window);
@@ -92,10 +99,10 @@ void TranscribeTask::walkClip(std::span<const float> audio, const Clip& clip, co
     }
     if (progress != nullptr) progress->completed += clip.end - std::min(seek, clip.end);
     result.seekTime = static_cast<float>(secondsOf(seek));
+    return !isStopped;
 }
 
-bool TranscribeTask::isWorthWalking(std::span<const float> rest, const DecodingOptions& options) const {
-    if (windowId == 0) return true;
+bool TranscribeTask::isRestWorthWalking(std::span<const float> rest, const DecodingOptions& options) const {
     if (secondsOf(rest.size()) <= static_cast<double>(options.windowClipTime)) return false;
     // What the decoder left of a clip is mostly the pause at its end, which would only tempt it to invent words.
     return rest.size() >= FeatureExtractor::windowSamples() || models.hearsSpeech(rest);
@@ -123,7 +130,7 @@ DecodingResult TranscribeTask::decodeWindow(std::span<const float> samples, cons
                                                     options.temperature, options, nullptr, callback);
         timings.add(result.timings);
         const bool isDoubtful = result.avgLogProb < leastShortLogProb;
-        if (!result.hitLimit && !isDoubtful && !result.fallback->needsFallback) return result;
+        if (result.isStopped || (!result.hitLimit && !isDoubtful && !result.fallback->needsFallback)) return result;
         // A short context makes the decoder loop or mishear now and then: the whole window comes before any higher
         // temperature.
         timings.totalDecodingFallbacks += 1;
@@ -137,10 +144,12 @@ DecodingResult TranscribeTask::decodeWithFallback(const EncodedWindow& window, c
     auto inputs = models.textDecoder.prepareDecoderInputs(options);
     std::shared_ptr<const DecodingCache> cache;
     DecodingResult result;
+    logger.debug("Decoding with temperatures {:.1f} and up to {} more, each {:.1f} above the last", options.temperature,
+                 std::max(0, options.temperatureFallbackCount), options.temperatureIncrementOnFallback);
     for (int attempt = 0; attempt <= std::max(0, options.temperatureFallbackCount); ++attempt) {
         const float temperature =
             options.temperature + static_cast<float>(attempt) * options.temperatureIncrementOnFallback;
-        if (options.verbose) logger.debug("Decoding Temperature: {:.1f}", temperature);
+        logger.debug("Decoding Temperature: {:.1f}", temperature);
         const double begin = steadySeconds();
         result = models.textDecoder.decodeText(
             {window, windowId, static_cast<std::size_t>(std::max(0, options.sampleLength))}, inputs, temperature,

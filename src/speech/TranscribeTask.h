@@ -21,7 +21,8 @@ public:
     /// `progress`, if given, gets this walk's samples added and must outlive it.
     explicit TranscribeTask(const SpeechModels& speechModels, WorkProgress* walked = nullptr);
 
-    /// Transcribes 16 kHz mono from -1 to 1. Blocks. Throws SpeechError ("Audio samples are nil" for an empty array)
+    /// Transcribes 16 kHz mono from -1 to 1. Blocks. A callback that says false ends the walk with what is decoded, the
+    /// window under way included. Throws SpeechError ("Audio samples are nil" for an empty array)
     /// and ModelRuntimeError.
     [[nodiscard]] TranscriptionResult run(std::span<const float> audio, const DecodingOptions& options,
                                           const TranscriptionCallback& callback = {});
@@ -34,14 +35,15 @@ private:
         std::size_t begin, end;
     };
     [[nodiscard]] static std::vector<Clip> seekClips(std::size_t samples, const DecodingOptions& options);
-    void walkClip(std::span<const float> audio, const Clip& clip, const DecodingOptions& options,
-                  const TranscriptionCallback& callback, TranscriptionResult& result);
+    /// False if the callback stopped it: then nothing follows.
+    [[nodiscard]] bool walkClip(std::span<const float> audio, const Clip& clip, const DecodingOptions& options,
+                                const TranscriptionCallback& callback, TranscriptionResult& result);
     [[nodiscard]] EncodedWindow encode(std::span<const float> samples, bool shortContext);
     [[nodiscard]] DecodingResult decodeWindow(std::span<const float> samples, const DecodingOptions& options,
                                               const TranscriptionCallback& callback);
     [[nodiscard]] DecodingResult decodeWithFallback(const EncodedWindow& window, const DecodingOptions& options,
                                                     const TranscriptionCallback& callback);
-    [[nodiscard]] bool isWorthWalking(std::span<const float> rest, const DecodingOptions& options) const;
+    [[nodiscard]] bool isRestWorthWalking(std::span<const float> rest, const DecodingOptions& options) const;
 
     const SpeechModels& models;
     WorkProgress* progress;

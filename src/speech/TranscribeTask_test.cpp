@@ -5,6 +5,7 @@
 #include "speech/SpeechPipeline.h"
 #include "speech/TranscribeTask.h"
 #include "support/files/TemporaryFolderTestSupport.h"
+#include "support/log/LogCapture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -129,6 +130,8 @@ TEST_F(TranscribeTaskTest, a_silent_window_gives_no_text_and_no_retry) {
     EXPECT_TRUE(result.segments.empty());
     EXPECT_EQ(result.timings.totalDecodingFallbacks, 0);
     EXPECT_EQ(result.timings.totalDecodingLoops, 0);
+    EXPECT_GT(result.timings.decodingPredictions, 0) << "the prompt was predicted";
+    EXPECT_GE(result.timings.decodingNonPrediction, 0);
 }
 
 TEST_F(TranscribeTaskTest, windows_follow_one_another_to_the_end_of_each_clip) {
@@ -146,11 +149,12 @@ TEST_F(TranscribeTaskTest, windows_follow_one_another_to_the_end_of_each_clip) {
     window = 0;
     scripts = {{.tokens = {at(0), 'e', at(1)}}};
     DecodingOptions options;
-    options.clipTimestamps = {1, 2, 50}; // the last runs to the end
+    options.clipTimestamps = {1, 2, 10, 10.5F, 50}; // the last runs to the end
     const auto clipped = run(speech(60), options);
-    EXPECT_EQ(clipped.text, "ee");
+    EXPECT_EQ(clipped.text, "eee");
     EXPECT_FLOAT_EQ(clipped.segments.at(0).start, 1);
-    EXPECT_FLOAT_EQ(clipped.segments.at(1).start, 50);
+    EXPECT_FLOAT_EQ(clipped.segments.at(1).start, 10);
+    EXPECT_FLOAT_EQ(clipped.segments.at(2).start, 50);
 }
 
 TEST_F(TranscribeTaskTest, a_rest_of_a_window_is_decoded_only_if_someone_speaks_in_it) {
@@ -175,6 +179,55 @@ TEST_F(TranscribeTaskTest, a_callback_stops_a_window) {
     EXPECT_THAT(seen, ElementsAre("", "a", "ab"));
     EXPECT_EQ(result.text, "ab");
     EXPECT_EQ(result.timings.totalDecodingFallbacks, 0);
+}
+
+TEST_F(TranscribeTaskTest, a_stopped_walk_keeps_its_text_and_decodes_nothing_again_nor_anything_behind) {
+    struct Case {
+        const char* what;
+        double seconds;
+        std::vector<float> clips;
+    };
+    for (const auto& [what, seconds, clips] : {Case{"short and doubtful", 1, {}}, Case{"several windows", 65, {}},
+                                               Case{"several clips", 20, {0, 5, 10, 15}}}) {
+        scripts = {{.tokens = {'a', 'b', 'c'}, .confidence = 1}};
+        decodings = 0;
+        DecodingOptions options;
+        options.withoutTimestamps = true;
+        options.clipTimestamps = clips;
+        const auto result = run(speech(seconds), options, [](const TranscriptionProgress& progress) {
+            return std::optional(progress.text != "ab");
+        });
+        EXPECT_EQ(result.text, "ab") << what;
+        EXPECT_EQ(decodings, 1) << what;
+        EXPECT_EQ(result.timings.totalDecodingWindows, 1) << what;
+    }
+}
+
+TEST_F(TranscribeTaskTest, the_log_tells_of_windows_and_if_wanted_of_tokens_and_never_what_was_said) {
+    scripts = {{.tokens = {at(0), 's', 'e', 'c', 'r', 'e', 't', at(2)}}};
+    DecodingOptions options{.detectLanguage = true};
+    const auto lines = [&](const char* text) {
+        const LogCapture logged;
+        EXPECT_EQ(run(speech(29), options).text, "secret");
+        EXPECT_FALSE(logged.contains("secret"));
+        return std::ranges::count_if(logged.lines(), [&](const std::string& line) { return line.contains(text); });
+    };
+    for (const bool verbose : {false, true}) {
+        options.verbose = verbose;
+        for (const char* perWindow :
+             {"Decoding with temperatures ", "Decoding Temperature: 0.0", "Detected language: fr",
+              "Found first token at: ", "Running main loop for a maximum of 224 iterations, starting at index 3",
+              "Completed window: 0"})
+            EXPECT_EQ(lines(perWindow), 1) << perWindow;
+        EXPECT_EQ(lines("Forcing prompt tokenIndex: "), verbose ? 3 : 0);
+        EXPECT_EQ(lines("Predicted next tokenIndex: "), verbose ? 9 : 0); // the end token, too
+    }
+    scripts[0].confidence = 1;
+    options.temperatureFallbackCount = 1;
+    options.firstTokenLogProbThreshold.reset();
+    const LogCapture logged;
+    (void)run(speech(29), options);
+    EXPECT_TRUE(logged.contains("Skipping prompt tokenIndex: 2"));
 }
 
 TEST_F(TranscribeTaskTest, chunks_are_cut_at_pauses_and_come_back_in_order_with_their_times) {
@@ -229,6 +282,7 @@ TEST_F(TranscribeTaskTest, errors_of_a_worker_and_of_the_source_reach_the_caller
     EXPECT_THROW((void)pipeline.transcribe(speech(3), options), ModelRuntimeError);
     EXPECT_TRUE(pipeline.transcribe(silence(3), options).empty());
     EXPECT_EQ(pipeline.transcribe(speech(3), options).size(), 1U);
+    EXPECT_GT(pipeline.currentTimings().fullPipeline, 0);
     EXPECT_THROW((void)pipeline.transcribe({}, options), SpeechError);
     EXPECT_THROW((void)pipeline.transcribe({}, {}), SpeechError);
     EXPECT_THROW(ChunkedTranscriber(*models, {}, 2)

@@ -98,7 +98,8 @@ struct TranscriptionProgress {
     int windowId = 0;
 };
 
-/// Called after each sampled token on the decoding thread. `false` stops the window; nothing goes on.
+/// Called after each sampled token on the decoding thread. `false` ends the walk with this window;
+/// nothing goes on.
 using TranscriptionCallback = std::function<std::optional<bool>(const TranscriptionProgress&)>;
 /// Called with each window's segments on the decoding thread.
 using SegmentDiscoveryCallback = std::function<void(const std::vector<TranscriptionSegment>&)>;

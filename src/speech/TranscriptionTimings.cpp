@@ -41,6 +41,7 @@ constexpr std::array sums{
     &Timings::totalTimestampAlignmentRuns,
     &Timings::totalDecodingFallbacks,
     &Timings::totalDecodingWindows,
+    &Timings::fullPipeline,
 };
 
 } // namespace
