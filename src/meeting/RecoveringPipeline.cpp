@@ -90,7 +90,9 @@ bool RecoveringPipeline::tryLoad(Compute compute) {
     }
 }
 
+/// Others may hold these models, too: what is loaded next is read anew and not what they hold.
 void RecoveringPipeline::drop() {
+    models.forget(speechPipeline->models());
     speechPipeline.reset();
     loadedThisLaunch = false;
     onProcessorAlone = false;

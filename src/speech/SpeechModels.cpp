@@ -44,13 +44,30 @@ bool SpeechModels::hearsSpeech(std::span<const float> audio) const {
 }
 
 std::shared_ptr<const SpeechModels> SpeechModelCache::load(const std::filesystem::path& folder, int threads) {
-    const std::lock_guard guard(lock);
     std::error_code unknown; // a folder that is not there is the loader's to report
-    auto& entry = loaded[{std::filesystem::weakly_canonical(folder, unknown), threads}];
-    if (auto models = entry.lock()) return models;
+    const std::pair key(std::filesystem::weakly_canonical(folder, unknown), threads);
+    std::shared_ptr<Entry> entry;
+    {
+        const std::lock_guard guard(lock);
+        auto& known = entries[key];
+        if (!known) known = std::make_shared<Entry>();
+        entry = known;
+    }
+    const std::lock_guard loading(entry->loading);
+    {
+        const std::lock_guard guard(lock);
+        if (auto models = entry->models.lock()) return models;
+    }
     auto models = std::make_shared<const SpeechModels>(runtime, folder, threads);
-    entry = models;
+    const std::lock_guard guard(lock);
+    entry->models = models;
     return models;
+}
+
+void SpeechModelCache::forget(const SpeechModels& broken) {
+    const std::lock_guard guard(lock);
+    for (const auto& [key, entry] : entries)
+        if (entry->models.lock().get() == &broken) entry->models.reset();
 }
 
 } // namespace tavrin

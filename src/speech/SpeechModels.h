@@ -54,13 +54,22 @@ class SpeechModelCache final {
 public:
     explicit SpeechModelCache(ModelRuntime& models) : runtime(models) {}
 
-    /// As the constructor of SpeechModels. Two callers at once load once.
+    /// As the constructor of SpeechModels. Two callers at once load once; loads of different folders go side by side.
     [[nodiscard]] std::shared_ptr<const SpeechModels> load(const std::filesystem::path& folder, int threads);
 
+    /// Gives these models to nobody else, who then gets others: for models that turned out to be broken. Those who have
+    /// them keep them.
+    void forget(const SpeechModels& broken);
+
 private:
+    struct Entry {
+        std::mutex loading; // held by the one who loads
+        std::weak_ptr<const SpeechModels> models;
+    };
+
     ModelRuntime& runtime;
-    std::mutex lock;
-    std::map<std::pair<std::filesystem::path, int>, std::weak_ptr<const SpeechModels>> loaded;
+    std::mutex lock; // for the map and the entries' models; never held for long
+    std::map<std::pair<std::filesystem::path, int>, std::shared_ptr<Entry>> entries;
 };
 
 } // namespace tavrin

@@ -11,7 +11,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
+#include <semaphore>
+#include <thread>
 
 namespace tavrin {
 
@@ -310,6 +313,30 @@ TEST_F(TranscribeTaskTest, models_are_shared_between_pipelines_and_parts_of_othe
     refusal("tokenizer.json", test::tinyTokenizerText({"more"}));
     refusal("tokenizer.json", "garbage");
     refusal("config.json", "{}");
+}
+
+TEST_F(TranscribeTaskTest, models_that_are_forgotten_are_read_anew_for_the_next_and_stay_with_who_has_them) {
+    SpeechModelCache cache(runtime);
+    const auto first = cache.load(folder, 1);
+    cache.forget(*first);
+    const auto second = cache.load(folder, 1);
+    EXPECT_NE(first, second);
+    cache.forget(*first); // again: others are not meant
+    EXPECT_EQ(cache.load(folder, 1), second);
+}
+
+TEST_F(TranscribeTaskTest, a_load_waits_for_none_of_another_folder) {
+    SpeechModelCache cache(runtime);
+    const auto other = model.install(disk.path() / "other");
+    std::counting_semaphore<2> first(0), second(0);
+    runtime.onLoad = [&](const std::filesystem::path& file) {
+        if (file.filename() != "TextDecoder.onnx") return;
+        const bool isFirst = file.parent_path() == folder;
+        (isFirst ? first : second).release();
+        EXPECT_TRUE((isFirst ? second : first).try_acquire_for(std::chrono::seconds(20)));
+    };
+    const std::jthread loader([&] { EXPECT_TRUE(cache.load(folder, 1)); });
+    EXPECT_TRUE(cache.load(other, 1));
 }
 
 } // namespace
