@@ -2,6 +2,7 @@
 
 #include "meeting/ModelCacheGuard.h"
 #include "meeting/WhisperTranscriptionError.h"
+#include "support/log/Log.h"
 #include "support/text/Unicode.h"
 
 #include <algorithm>
@@ -12,6 +13,8 @@
 namespace tavrin {
 
 namespace {
+
+constexpr Logger logger{"RecoveringPipeline"};
 
 constexpr std::array<std::string_view, 5> cacheErrorWords{"mpsgraph", "e5rt", "e5bundlecache", "no such file",
                                                           "cannot open input file"};
@@ -79,6 +82,15 @@ void RecoveringPipeline::load(Compute compute) {
                            models);
     onProcessorAlone = isOnProcessor;
     loadedThisLaunch = true;
+}
+
+void RecoveringPipeline::prepare() noexcept {
+    if (!speechPipeline) return;
+    try {
+        speechPipeline->prepare();
+    } catch (const std::exception& error) {
+        logger.warning("The speech model could not be warmed up: {}", error.what());
+    }
 }
 
 bool RecoveringPipeline::tryLoad(Compute compute) {

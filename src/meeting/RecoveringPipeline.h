@@ -42,6 +42,10 @@ public:
     /// `folder` does not exist.
     void ensureLoaded(const std::filesystem::path& folder);
 
+    /// Computes beforehand what the first transcription would else compute; for a moment in which nobody waits. Does
+    /// nothing without models. Blocks. Throws nothing: what fails here fails again where it matters.
+    void prepare() noexcept;
+
     /// Gives what `use` gives. Blocks. When it throws an error that speaks of the runtime's cache, loads the models
     /// anew and calls it again: once in a launch after clearing the cache, then on the processor alone unless they are
     /// there. Throws `notLoaded` without models, a failure to load them anew, and any other error of `use`. Once `stop`

@@ -98,6 +98,8 @@ Task<void> WhisperTranscriptionEngine::ensureLoaded() {
     co_await runOn(use.worker, [shared = pipeline, path = *std::move(folder)](const std::stop_token&) {
         shared->ensureLoaded(path);
     });
+    // Nobody waits for this: words that come meanwhile would have to wait for the same.
+    use.worker.post([shared = pipeline] { shared->prepare(); });
 }
 
 Task<ChunkText> WhisperTranscriptionEngine::transcribeWithWords(std::vector<float> samples, bool suppressBlank) {

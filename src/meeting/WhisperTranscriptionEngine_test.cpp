@@ -122,12 +122,40 @@ TEST_F(WhisperTranscriptionEngineTest, windows_without_speech_do_not_reach_the_e
     ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
     EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::silence(), true)), "");
     EXPECT_EQ(endOf(engine.transcribe({}, true)), "");
-    EXPECT_EQ(runtime.runCount(encoder), 0);
+    EXPECT_EQ(model.takeEncodedFrames(), std::vector<std::size_t>{3000}) << "the silence behind short speech alone";
 
     model.say({" one two three four ", " three four five"});
     auto samples = ScriptedSpeechModel::silence(400'000);
     samples.resize(1'000'000, 0.5F); // two windows behind a silent one
     EXPECT_EQ(endOf(engine.transcribe(samples, true)), "one two three four five");
+}
+
+TEST_F(WhisperTranscriptionEngineTest, the_first_words_wait_for_nothing_that_could_be_computed_before) {
+    ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
+    EXPECT_EQ(model.takeEncodedFrames(), std::vector<std::size_t>{3000});
+    model.say({"hello"});
+    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "hello");
+    EXPECT_EQ(model.takeEncodedFrames(), std::vector<std::size_t>{1000});
+
+    WhisperTranscriptionEngine other({.modelVariant = "base", .threads = 2}, engineOn(worker));
+    runtime.failNextRuns(encoder, {"no memory"});
+    EXPECT_EQ(endOf(other.ensureLoaded()), "done") << "it is tried again with the first words";
+    model.say({"hello"});
+    EXPECT_EQ(endOf(other.transcribe(speech, true)), "hello");
+}
+
+TEST_F(WhisperTranscriptionEngineTest, a_recovery_reads_anew_what_another_engine_still_holds_and_shares_it) {
+    WhisperTranscriptionEngine other({.modelVariant = "base"}, engineOn(worker));
+    ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
+    ASSERT_EQ(endOf(other.ensureLoaded()), "done");
+    ASSERT_EQ(runtime.loadCount(decoder), 1);
+    model.say({"one", "two"});
+    runtime.failNextRuns(decoder, {"e5rt"});
+    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "one");
+    EXPECT_EQ(runtime.loadCount(decoder), 2);
+    runtime.failNextRuns(decoder, {"e5rt"});
+    EXPECT_EQ(endOf(other.transcribe(speech, true)), "two");
+    EXPECT_EQ(runtime.loadCount(decoder), 2) << "what the first one read is whole";
 }
 
 TEST_F(WhisperTranscriptionEngineTest, a_window_is_silent_above_the_threshold_of_the_caller_or_else_above_0_6) {

@@ -37,8 +37,12 @@ void SpeechPipeline::loadModels() {
     setState(ModelState::loaded);
 }
 
+void SpeechPipeline::prepare() const {
+    models().audioEncoder.prepareSilence(models().featureExtractor.melBands());
+}
+
 void SpeechPipeline::prewarm() const {
-    loaded->audioEncoder.prepareSilence(loaded->featureExtractor.melBands());
+    prepare();
     const std::vector<float> silence(FeatureExtractor::windowSamples() / 30, 0.0F);
     DecodingOptions options;
     options.noSpeechThreshold.reset();

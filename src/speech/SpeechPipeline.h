@@ -51,6 +51,9 @@ public:
                    std::function<void(ModelState)> modelStateCallback = {});
 
     void loadModels();
+    /// Computes what the first short audio would else wait for. Blocks for a window's encoding the first time, and not
+    /// after. Throws SpeechError before the models are loaded, and ModelRuntimeError.
+    void prepare() const;
     [[nodiscard]] ModelState modelState() const noexcept { return state; }
     /// The loaded models. Throws SpeechError before they are.
     [[nodiscard]] const SpeechModels& models() const;
