@@ -106,6 +106,7 @@ void Services::startBackgroundServices() {
     tasks.spawn(session.restoreOpenMeeting());
     tasks.spawn(models.refresh());
     tasks.spawn(policy.loadDictationEngineAtLaunch());
+    policy.scheduleBackgroundMeetingModelLoad();
 }
 
 } // namespace tavrin

@@ -124,7 +124,7 @@ Task<void> MeetingModelPolicy::loadDictationEngineAtLaunch() {
 
 void MeetingModelPolicy::scheduleBackgroundMeetingModelLoad() {
     expectCurrent(use.main);
-    if (!use.folders.deployment().largeVariant) return;
+    if (!use.folders.deployment().largeVariant || isSmallEnInstalled()) return;
     if (backgroundLoadSuspended || isLargeLoaded || backgroundLoadInFlight) return;
     backgroundLoadInFlight = true;
     backgroundLoadTask = tasks.spawn(loadInBackground());
@@ -150,10 +150,8 @@ void MeetingModelPolicy::suspendBackgroundMeetingModelLoad() {
 void MeetingModelPolicy::resumeBackgroundMeetingModelLoadAfterMeeting() {
     expectCurrent(use.main);
     backgroundLoadSuspended = false;
-    if (isSmallEnInstalled())
-        logger.info("Skipped post-meeting large-model prewarm (small.en handles archive).");
-    else
-        scheduleBackgroundMeetingModelLoad();
+    if (isSmallEnInstalled()) logger.info("Skipped post-meeting large-model prewarm (small.en handles archive).");
+    scheduleBackgroundMeetingModelLoad();
 }
 
 // Use

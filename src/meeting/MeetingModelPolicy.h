@@ -63,7 +63,7 @@ public:
     Task<void> loadDictationEngineAtLaunch();
 
     /// Begins to load the large model, for as long as no capture needs the machine: not when it is loaded or loading,
-    /// nor where it is not offered.
+    /// nor where it is not offered or the small one is installed.
     void scheduleBackgroundMeetingModelLoad();
     /// At the start of a capture: no background load begins any more.
     void suspendBackgroundMeetingModelLoad() override;

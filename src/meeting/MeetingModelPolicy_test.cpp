@@ -185,6 +185,9 @@ TEST_F(MeetingModelPolicyTest, the_large_model_is_not_loaded_in_the_background_w
     make();
     policy->resumeBackgroundMeetingModelLoadAfterMeeting();
     EXPECT_THAT(words(), ElementsAre("Skipped post-meeting large-model prewarm (small.en handles archive)."));
+    policy->scheduleBackgroundMeetingModelLoad(); // as at launch
+    time.runUntilIdle();
+    EXPECT_EQ(runtime.loadCount(decoder), 0);
     make({.smallVariant = "base"});
     policy->scheduleBackgroundMeetingModelLoad();
     time.runUntilIdle();
