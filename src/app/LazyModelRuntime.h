@@ -12,8 +12,10 @@ namespace tavrin {
 /// what is wrong with it where a model is wanted. Thread-safe.
 class LazyModelRuntime final : public ModelRuntime {
 public:
+    using Opening = std::function<std::unique_ptr<ModelRuntime>()>;
+
     /// `open` may throw ModelRuntimeError; it is asked again at the next load then.
-    explicit LazyModelRuntime(std::function<std::unique_ptr<ModelRuntime>()> open) : openRuntime(std::move(open)) {}
+    explicit LazyModelRuntime(Opening open) : openRuntime(std::move(open)) {}
 
     [[nodiscard]] std::shared_ptr<ModelGraph> load(const std::filesystem::path& file, int threads) override {
         return runtime().load(file, threads);
@@ -26,7 +28,7 @@ private:
         return *opened;
     }
 
-    const std::function<std::unique_ptr<ModelRuntime>()> openRuntime;
+    const Opening openRuntime;
     std::mutex mutex;
     std::unique_ptr<ModelRuntime> opened;
 };

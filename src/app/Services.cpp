@@ -35,7 +35,8 @@ SampleRateConverterFactory converters() {
 
 } // namespace
 
-Services::Services(Executor& mainExecutor, const XdgFolders& userFolders, Deployment values)
+Services::Services(Executor& mainExecutor, const XdgFolders& userFolders, Deployment values,
+                   LazyModelRuntime::Opening openRuntime)
     : folders(userFolders), deployment(std::move(values)), main(mainExecutor),
       applicationSupport(folders.applicationSupport()), configuration(folders.preferences()),
       formerConfiguration(folders.configHome() / formerApplicationIdentifier),
@@ -43,7 +44,7 @@ Services::Services(Executor& mainExecutor, const XdgFolders& userFolders, Deploy
       preferences(configuration, "preferences.json", storage), settings(preferences, deployment.server),
       vocabulary(preferences, deployment.vocabulary, main), loginItem(autostart, ownProgram(), storage),
       notifications(main), credentialStore(configuration, "credentials.json"), credentials(credentialStore),
-      modelRuntime([] { return std::make_unique<OnnxModelRuntime>(); }), speechModels(modelRuntime), cacheGuard(caches),
+      modelRuntime(std::move(openRuntime)), speechModels(modelRuntime), cacheGuard(caches),
       modelFolders(preferences, deployment.speechModels, modelSearchRoots(folders.documents(), home())),
       models(main, modelFolders),
       policy({.main = main,
@@ -71,10 +72,15 @@ Services::Services(Executor& mainExecutor, const XdgFolders& userFolders, Deploy
 
 Services::~Services() {
     tasks.clear();
-    // What capture posts while it closes uses its neighbours: it is through before they go.
+    // What capture posts while it closes uses its neighbours: it is through before they go, in the order of the sound.
     mixedCapture.stop();
-    for (SerialExecutor* queue : {&microphoneQueue, &tapQueue, &micProcessingQueue, &systemIoQueue, &storage})
+    for (SerialExecutor* queue :
+         {&microphoneQueue, &tapQueue, &micProcessingQueue, &systemIoQueue, &meLane, &themLane, &storage})
         queue->runAndWait([] {});
+}
+
+std::unique_ptr<ModelRuntime> Services::newOnnxRuntime() {
+    return std::make_unique<OnnxModelRuntime>();
 }
 
 TranscriptionSession::Dependencies Services::sessionDependencies() {

@@ -38,7 +38,9 @@ namespace tavrin {
 /// Errors:   none at construction: what is missing on this computer shows where it is wanted.
 class Services final {
 public:
-    Services(Executor& main, const XdgFolders& folders, Deployment deployment);
+    /// `openRuntime` runs the models; see LazyModelRuntime.
+    Services(Executor& main, const XdgFolders& folders, Deployment deployment,
+             LazyModelRuntime::Opening openRuntime = newOnnxRuntime);
     Services(const Services&) = delete;
     Services& operator=(const Services&) = delete;
     ~Services();
@@ -65,9 +67,6 @@ private:
     ThreadPool modelThreads{3, "models", 5};
     ThreadPool deviceThreads{2, "devices"};
     ThreadPool workThreads{3, "work"};
-    SerialExecutor largeEngineWorker{modelThreads};
-    SerialExecutor dictationEngineWorker{modelThreads};
-    SerialExecutor themEngineWorker{modelThreads};
     SerialExecutor microphoneQueue{deviceThreads};
     SerialExecutor tapQueue{deviceThreads};
     SerialExecutor micProcessingQueue{workThreads};
@@ -97,6 +96,10 @@ private:
     LazyModelRuntime modelRuntime;
     SpeechModelCache speechModels;
     ModelCacheGuard cacheGuard;
+    // A load that runs when the program quits goes on to its end, with what stands above.
+    SerialExecutor largeEngineWorker{modelThreads};
+    SerialExecutor dictationEngineWorker{modelThreads};
+    SerialExecutor themEngineWorker{modelThreads};
 
 public:
     ModelFolderResolver modelFolders;
@@ -120,6 +123,7 @@ public:
     TranscriptionSession session;
 
 private:
+    [[nodiscard]] static std::unique_ptr<ModelRuntime> newOnnxRuntime();
     [[nodiscard]] TranscriptionSession::Dependencies sessionDependencies();
 
     bool didStartBackgroundServices = false;
