@@ -102,6 +102,10 @@ void Shell::joinDelegate() {
     connect(&delegate, &TavrinAssistantAppDelegate::tavrinOpenMainWindow, this, [this] { openMainWindow(); });
     connect(&delegate, &TavrinAssistantAppDelegate::tavrinStartRecordingFromNotification, this,
             [&session] { session.start(); });
+    // What the settings show may have been changed elsewhere meanwhile: programs that start at login, model folders.
+    connect(&delegate, &TavrinAssistantAppDelegate::tavrinApplicationDidBecomeActive, this, [this] {
+        if (window.isVisible() && window.section() == Section::settings) settings.refresh();
+    });
 }
 
 void Shell::joinTray() {
