@@ -2,10 +2,40 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <set>
 #include <system_error>
 
 namespace tavrin {
+
+namespace {
+
+std::filesystem::path resolved(const std::filesystem::path& folder) {
+    std::error_code unknown;
+    auto path = std::filesystem::weakly_canonical(folder, unknown);
+    return unknown ? folder : path;
+}
+
+bool isBelow(const std::filesystem::path& path, const std::filesystem::path& folder) {
+    return !folder.empty() && std::ranges::mismatch(folder, path).in1 == folder.end();
+}
+
+/// Models may lie in other places, which links in theirs may lead to.
+void countModelsElsewhere(KeptAmounts& amounts, const std::filesystem::path& place,
+                          const std::vector<std::filesystem::path>& modelFolders) {
+    std::set<std::filesystem::path> counted;
+    for (const auto& folder : modelFolders) {
+        const auto path = resolved(folder);
+        if (isBelow(path, resolved(place)) || !counted.insert(path).second) continue;
+        const KeptAmounts::Amount amount = amountBelow(path);
+        if (amounts.models.files == 0 && amount.files > 0) amounts.modelsAt = path;
+        amounts.models.files += amount.files;
+        amounts.models.bytes += amount.bytes;
+    }
+}
+
+} // namespace
 
 KeptAmounts::Amount amountBelow(const std::filesystem::path& folder) {
     KeptAmounts::Amount amount;
@@ -28,11 +58,13 @@ KeptAmounts countKept(const Folder& applicationSupport, const KeptPlaces& places
                       const std::vector<std::filesystem::path>& modelFolders) {
     KeptAmounts amounts{.recordings = storedRecordings(applicationSupport, openMeeting),
                         .models = amountBelow(places.models),
+                        .modelsAt = places.models,
                         .preferences = amountBelow(places.preferences),
                         .diagnostics = amountBelow(places.diagnostics),
                         .modelBytes = {}};
     for (const auto& folder : modelFolders)
         amounts.modelBytes[folder] = amountBelow(folder).bytes;
+    countModelsElsewhere(amounts, places.models, modelFolders);
     return amounts;
 }
 

@@ -26,7 +26,8 @@ struct KeptAmounts {
     using Amount = StoredRecordings::Amount;
 
     StoredRecordings recordings;
-    Amount models;
+    Amount models;                  // in their place and elsewhere
+    std::filesystem::path modelsAt; // where the first of them lie; their place if there are none
     Amount preferences;
     Amount diagnostics;
     std::map<std::filesystem::path, std::uint64_t> modelBytes; // of single model folders
@@ -38,7 +39,8 @@ struct KeptAmounts {
 /// Thread: any; reads the disk. Errors: none; what cannot be read does not count.
 KeptAmounts::Amount amountBelow(const std::filesystem::path& folder);
 
-/// Counts everything. `applicationSupport` holds the recordings; `openMeeting` as storedRecordings() takes it.
+/// Counts everything. `applicationSupport` holds the recordings; `openMeeting` as storedRecordings() takes it;
+/// `modelFolders` are those in use, wherever they lie.
 /// Thread and errors as above.
 KeptAmounts countKept(const Folder& applicationSupport, const KeptPlaces& places,
                       const std::optional<std::string>& openMeeting,

@@ -18,7 +18,7 @@ MeetingsSection::MeetingsSection(const Theme& shown, QWidget* parent)
     Row* spellingRow = addRow(tr("English spelling"));
     spelling = new Segments(theme, tr("English spelling"), {}, spellingRow);
     spellingRow->add(spelling);
-    Row* languageRow = addRow(tr("Speech language"), tr("Counts from the next meeting on"));
+    Row* languageRow = addRow(tr("Speech language"), tr("Counts from the next words on"));
     language = new Picker(theme, tr("Speech language"), {}, languageRow);
     languageRow->add(language);
     connect(language, &Picker::activated, this, [this](int index) {

@@ -86,8 +86,9 @@ PrivacySection::KeptRow PrivacySection::makeRow(const SettingsState::Kept& kept)
     open->setAccessibleName(tr("Open the folder of %1").arg(name));
     open->setSize(Button::Size::small);
     row->add(open);
+    // Where it lies is known when it was counted, long after the row was made.
     connect(open, &Button::clicked, this,
-            [this, folder = QString::fromStdString(kept.folder)] { emit folderOpenRequested(folder); });
+            [this, at = rows.size()] { emit folderOpenRequested(QString::fromStdString(shown.at(at).folder)); });
     row->setLineAbove(list->count() > 0);
     list->addWidget(row);
     setTabOrder(rows.empty() ? tabMark : rows.back().open, open);

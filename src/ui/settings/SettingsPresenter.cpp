@@ -326,7 +326,8 @@ void SettingsPresenter::showKept() {
         places.recordings, shown.recordings.texts);
     add("Meeting audio", "On this computer; of Them for two days, of Me until you delete it", places.recordings,
         shown.recordings.audio);
-    add("Speech models", "On this computer, until you delete them", places.models, shown.models);
+    add("Speech models", "On this computer, until you delete them", counted ? shown.modelsAt : places.models,
+        shown.models);
     add("Settings", "On this computer, until you delete them", places.preferences, shown.preferences);
     add("Diagnostics", "On this computer, until you delete them; they hold what was said in meetings",
         places.diagnostics, shown.diagnostics);

@@ -5,11 +5,14 @@
 #include "platform/fake/FakePreferences.h"
 #include "support/async/VirtualTime.h"
 #include "support/files/MemoryFolder.h"
+#include "support/files/TemporaryFolderTestSupport.h"
 #include "ui/settings/SettingsPresenter.h"
 #include "ui/settings/SettingsTestSupport.h"
 
 #include <QComboBox>
 #include <cerrno>
+#include <filesystem>
+#include <fstream>
 
 namespace tavrin {
 namespace {
@@ -64,28 +67,30 @@ protected:
     ModelFolderResolver folders{preferences, {}, {}};
     WhisperModelService models{time.main(), folders};
     MemoryFolder support;
+    TemporaryFolder disk;
     std::optional<std::string> openMeeting;
-    SettingsPresenter presenter{{.main = time.main(),
-                                 .preferences = preferences,
-                                 .settings = settings,
-                                 .defaultServerAddress = usualServer,
-                                 .vocabulary = vocabulary,
-                                 .exampleHeard = "Marin",
-                                 .exampleCorrect = "Maren",
-                                 .loginItem = loginItem,
-                                 .credentials = credentials,
-                                 .credentialStore = store,
-                                 .models = models,
-                                 .folders = folders,
-                                 .kept = {.main = time.main(),
-                                          .storage = time.addExecutor(),
-                                          .applicationSupport = support,
-                                          .places = {.recordings = "/recordings"},
-                                          .openMeeting = [this] { return openMeeting; }},
-                                 .notice = "The settings could not be read.",
-                                 .version = "1.2.3"},
-                                page,
-                                window.modelSetup()};
+    SettingsPresenter presenter{
+        {.main = time.main(),
+         .preferences = preferences,
+         .settings = settings,
+         .defaultServerAddress = usualServer,
+         .vocabulary = vocabulary,
+         .exampleHeard = "Marin",
+         .exampleCorrect = "Maren",
+         .loginItem = loginItem,
+         .credentials = credentials,
+         .credentialStore = store,
+         .models = models,
+         .folders = folders,
+         .kept = {.main = time.main(),
+                  .storage = time.addExecutor(),
+                  .applicationSupport = support,
+                  .places = {.recordings = "/recordings", .models = disk.path() / "OnDeviceModels"},
+                  .openMeeting = [this] { return openMeeting; }},
+         .notice = "The settings could not be read.",
+         .version = "1.2.3"},
+        page,
+        window.modelSetup()};
 };
 
 TEST_F(SettingsPresenterTest, each_switch_and_choice_writes_its_key_at_once) {
@@ -271,6 +276,38 @@ TEST_F(SettingsPresenterTest, an_open_folder_is_asked_for_by_its_path) {
     click(button("Open the folder of Meeting audio"));
     EXPECT_EQ(asked, QStringList{QStringLiteral("/recordings")});
     EXPECT_FALSE(button("Open the folder of Diagnostics").isEnabled());
+}
+
+TEST_F(SettingsPresenterTest, models_count_wherever_they_lie_and_once) {
+    const std::filesystem::path elsewhere = disk.path() / "elsewhere" / "openai_whisper-base";
+    std::filesystem::create_directories(elsewhere);
+    for (const char* part : {"MelSpectrogram.onnx", "AudioEncoder.onnx", "TextDecoder.onnx"})
+        std::ofstream(elsewhere / part) << "1234567";
+    EXPECT_FALSE(button("Open the folder of Speech models").isEnabled());
+    preferences.set(smallModelFolderKey, elsewhere.string());
+    QStringList asked;
+    QObject::connect(&presenter, &SettingsPresenter::folderOpenRequested, [&](const QString& path) { asked += path; });
+    TaskScope tasks(time.main());
+    const auto look = [&] {
+        tasks.spawn(models.refresh());
+        run();
+        EXPECT_TRUE(isShown("3 files, 21 bytes"));
+        click(button("Open the folder of Speech models"));
+    };
+    look();
+    // A link in their place leads there.
+    const std::filesystem::path place = disk.path() / "OnDeviceModels";
+    std::filesystem::create_directories(place);
+    std::filesystem::create_directory_symlink(elsewhere, place / "openai_whisper-base");
+    preferences.set(smallModelFolderKey, (place / "openai_whisper-base").string());
+    look();
+    // They lie in it themselves.
+    std::filesystem::remove(place / "openai_whisper-base");
+    std::filesystem::rename(elsewhere, place / "openai_whisper-base");
+    look();
+    const auto there = QString::fromStdString(std::filesystem::canonical(disk.path()).string());
+    EXPECT_EQ(asked, (QStringList{there + "/elsewhere/openai_whisper-base", there + "/elsewhere/openai_whisper-base",
+                                  QString::fromStdString(place.string())}));
 }
 
 TEST(KeptAmountsTest, amounts_are_told_by_thousands_and_never_as_a_thousand_of_a_unit) {
