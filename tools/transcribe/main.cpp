@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <map>
+#include <memory>
 #include <thread>
 
 namespace tavrin {
@@ -43,7 +45,7 @@ DecodingOptions decodingOptions(const TranscribeOptions& options) {
 class Transcriber {
 public:
     Transcriber(const TranscribeOptions& wanted, std::size_t processorCount)
-        : options(wanted), processors(processorCount), cache(runtime), folder(modelFolder(wanted)) {}
+        : options(wanted), processors(processorCount), folder(modelFolder(wanted)) {}
 
     /// True if the file is whole and all of it was transcribed.
     bool transcribe(const std::string& file) {
@@ -53,11 +55,11 @@ public:
         head.resize(reader.read(head));
         const bool isLong = head.size() == speechWindowSamples;
         const std::size_t workers = isLong ? processors : 1;
-        const auto models = cache.load(folder, isLong ? 1 : static_cast<int>(processors));
+        const SpeechModels& models = modelsFor(isLong ? 1 : static_cast<int>(processors));
         const auto writer = makeTranscriptWriter(options.format, file, std::cout);
         ProgressLine progress(std::cerr, file, reader.statedSeconds());
         std::size_t given = 0;
-        ChunkedTranscriber(*models, decodingOptions(options), workers)
+        ChunkedTranscriber(models, decodingOptions(options), workers)
             .run(
                 [&](std::span<float> block) {
                     progress.show(reader.readSeconds());
@@ -80,11 +82,18 @@ public:
     }
 
 private:
+    /// Loaded with the first file that wants them so, and kept for the others.
+    const SpeechModels& modelsFor(int threads) {
+        auto& models = loaded[threads];
+        if (!models) models = std::make_unique<const SpeechModels>(runtime, folder, threads);
+        return *models;
+    }
+
     const TranscribeOptions& options;
     std::size_t processors;
     OnnxModelRuntime runtime;
-    SpeechModelCache cache;
     std::filesystem::path folder;
+    std::map<int, std::unique_ptr<const SpeechModels>> loaded; // by the processors that a window uses
 };
 
 bool transcribeAll(const TranscribeOptions& options) {
