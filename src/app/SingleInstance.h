@@ -25,9 +25,9 @@ public:
     explicit SingleInstance(const QString& lockFolder, QObject* parent = nullptr);
     ~SingleInstance() override;
 
-    /// Tries to be the first. Another one that runs is asked to come forward, or to open `addresses`, within two
-    /// seconds; `refused`: it runs but does not answer.
-    Claim claim(const QStringList& addresses);
+    /// Tries to be the first. Another one that runs is asked to open `addresses` and to do `action`, or to come forward
+    /// if there is neither, within two seconds each; `refused`: it runs but does not answer.
+    Claim claim(const QStringList& addresses, const QString& action = {});
 
 Q_SIGNALS:
     void activated();
@@ -36,7 +36,7 @@ Q_SIGNALS:
 
 private:
     Claim claimLock();
-    static bool handOver(const QStringList& addresses);
+    static bool handOver(const QStringList& addresses, const QString& action);
 
     QString lockFolder;
     std::unique_ptr<QLockFile> lock;

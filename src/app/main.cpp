@@ -1,3 +1,4 @@
+#include "app/CommandLine.h"
 #include "app/Deployment.h"
 #include "app/QtMainExecutor.h"
 #include "app/Services.h"
@@ -6,6 +7,8 @@
 #include "app/UiHeartbeat.h"
 #include "support/files/XdgFolders.h"
 #include "support/log/Log.h"
+
+#include <sys/stat.h>
 
 #include <QApplication>
 #include <QTimer>
@@ -20,16 +23,23 @@ namespace {
 
 constexpr Logger log{"App"};
 
-/// Addresses that the desktop has us open.
-QStringList addressesOf(const QStringList& arguments) {
-    QStringList addresses = arguments.mid(1);
-    addresses.removeIf([](const QString& argument) { return argument.startsWith(QLatin1Char('-')); });
-    return addresses;
-}
-
 std::filesystem::path installedDeployment() {
     return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / ".." / "share" /
            "tavrin-assistant" / "deployment.json";
+}
+
+/// Where another one runs it gets what this one was started for: what this one then ends with.
+std::optional<int> statusBesideAnother(SingleInstance& instance, const CommandLine& wanted) {
+    switch (instance.claim(wanted.addresses, wanted.action)) {
+    case SingleInstance::Claim::first:
+        break;
+    case SingleInstance::Claim::handedOver:
+        return EXIT_SUCCESS;
+    case SingleInstance::Claim::refused:
+        std::fputs("Tavrin Assistant is running already and does not answer.\n", stderr);
+        return EXIT_FAILURE;
+    }
+    return std::nullopt;
 }
 
 int run(int count, char** arguments) {
@@ -42,17 +52,13 @@ int run(int count, char** arguments) {
     QApplication::setQuitOnLastWindowClosed(
         TavrinAssistantAppDelegate::applicationShouldTerminateAfterLastWindowClosed());
 
-    SingleInstance instance(QString::fromStdString(folders.documents().string()));
-    const QStringList addresses = addressesOf(QApplication::arguments());
-    switch (instance.claim(addresses)) {
-    case SingleInstance::Claim::first:
-        break;
-    case SingleInstance::Claim::handedOver:
-        return EXIT_SUCCESS;
-    case SingleInstance::Claim::refused:
-        std::fputs("Tavrin Assistant is running already and does not answer.\n", stderr);
-        return EXIT_FAILURE;
+    const auto wanted = parseCommandLine(QApplication::arguments());
+    if (!wanted) {
+        std::fprintf(stderr, "tavrin-assistant: %s\n%s", wanted.error().toUtf8().constData(), commandLineUsage);
+        return commandLineError;
     }
+    SingleInstance instance(QString::fromStdString(folders.documents().string()));
+    if (const auto status = statusBesideAnother(instance, *wanted)) return *status;
     const Deployment deployment = Deployment::load(installedDeployment());
 
     QtMainExecutor main;
@@ -71,7 +77,8 @@ int run(int count, char** arguments) {
     QTimer::singleShot(0, &shell, [&] {
         delegate.applicationDidFinishLaunching();
         services.startBackgroundServices();
-        delegate.openURLs(addresses);
+        delegate.openURLs(wanted->addresses);
+        if (!wanted->action.isEmpty()) shell.perform(wanted->action);
     });
     return QApplication::exec();
 }
@@ -80,6 +87,7 @@ int run(int count, char** arguments) {
 } // namespace tavrin
 
 int main(int count, char** arguments) {
+    umask(077); // whatever is written is for this user alone
     try {
         return tavrin::run(count, arguments);
     } catch (const std::exception& error) {

@@ -19,6 +19,31 @@ second_start() {
   quit_program
 }
 
+# What the desktop's menu of actions starts: a recording, in the program that runs or in a new one.
+recording_by_option() {
+  local first
+  mark
+  sound_spawn program "$program" --start-recording
+  await 40 says_recording
+  first=$(program_pid)
+  [ "$(stat -c %a "$(data_folder)/running.lock")" = 600 ] || fail "others may read the lock"
+  end_meeting
+  mark
+  timeout 10 "$program" --start-recording
+  await 30 says_since "status: Recording"
+  [ "$(program_pid)" = "$first" ]
+  end_meeting
+  refuses_option --record
+  quit_program
+  refuses_option --record
+}
+refuses_option() {
+  local status=0
+  timeout 10 "$program" "$1" 2>"$SOUND_FOLDER/second.log" || status=$?
+  [ "$status" = 2 ] || fail "an unknown option ends it with $status"
+  grep -qF "unknown option \"$1\"" "$SOUND_FOLDER/second.log"
+}
+
 # Seconds since the moment at which the log has told of the running capture.
 capture_began() {
   local line
