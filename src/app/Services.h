@@ -67,12 +67,6 @@ private:
     ThreadPool modelThreads{3, "models", 5};
     ThreadPool deviceThreads{2, "devices"};
     ThreadPool workThreads{3, "work"};
-    SerialExecutor microphoneQueue{deviceThreads};
-    SerialExecutor tapQueue{deviceThreads};
-    SerialExecutor micProcessingQueue{workThreads};
-    SerialExecutor systemIoQueue{workThreads};
-    SerialExecutor meLane{workThreads};
-    SerialExecutor themLane{workThreads};
     SerialExecutor storage{workThreads};
     SerialExecutor background{workThreads};
 
@@ -115,6 +109,13 @@ public:
 
 private:
     DiagnosticsLogger diagnostics;
+    // What capture posts, to its very end, works with what stands above.
+    SerialExecutor microphoneQueue{deviceThreads};
+    SerialExecutor tapQueue{deviceThreads};
+    SerialExecutor micProcessingQueue{workThreads};
+    SerialExecutor systemIoQueue{workThreads};
+    SerialExecutor meLane{workThreads};
+    SerialExecutor themLane{workThreads};
     AudioCaptureService micCapture;
     SystemAudioCaptureService systemCapture;
     MixedAudioCaptureService mixedCapture;
