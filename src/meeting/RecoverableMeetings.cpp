@@ -12,7 +12,6 @@ namespace tavrin {
 namespace {
 
 constexpr Logger logger{"RecoverableMeetings"};
-constexpr std::string_view checkpointSuffix = "-checkpoint.json";
 constexpr std::uint64_t largestCheckpoint = std::uint64_t{64} << 20;
 
 std::optional<TranscriptCheckpoint> readCheckpoint(const Folder& support, const std::string& path) {
@@ -38,14 +37,22 @@ void removeQuietly(Folder& support, const std::string& path) {
 void removeStale(Folder& support, const std::string& checkpointPath, const std::string& meetingID) {
     removeQuietly(support, checkpointPath);
     // No lane's file has the middle name: the microphone's sound outlives its meeting, on purpose.
-    for (const std::string_view suffix : {"-segments.jsonl", "-mic.pcm", "-them.pcm"})
+    for (const std::string_view suffix : {segmentsSuffix, std::string_view("-mic.pcm"), themPCMSuffix})
         removeQuietly(support, recordingPath(meetingID + std::string(suffix)));
+}
+
+void removeTemporariesQuietly(Folder& support) {
+    try {
+        support.removeTemporaries(recordingsFolder);
+    } catch (const FileError& error) {
+        logger.warning("What an interrupted write left stays: {}", error.what());
+    }
 }
 
 std::vector<std::string> namesIn(Folder& support) {
     try {
         if (!support.info(recordingsFolder)) return {};
-        support.removeTemporaries(recordingsFolder);
+        removeTemporariesQuietly(support);
         return support.list(recordingsFolder);
     } catch (const FileError& error) {
         logger.warning("Earlier meetings cannot be looked for: {}", error.what());

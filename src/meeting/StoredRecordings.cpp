@@ -14,8 +14,6 @@ namespace tavrin {
 namespace {
 
 constexpr Logger logger{"StoredRecordings"};
-constexpr std::string_view checkpointSuffix = "-checkpoint.json";
-constexpr std::string_view pcmSuffixes[] = {"-me.pcm", "-them.pcm"};
 
 struct Found {
     StoredRecordings amounts;
@@ -24,14 +22,29 @@ struct Found {
 
 /// The meeting that a sound file belongs to; absent for other files.
 std::optional<std::string> meetingOfSound(std::string_view name) {
-    for (const std::string_view suffix : pcmSuffixes)
+    for (const std::string_view suffix : {micPCMSuffix, themPCMSuffix})
         if (name.ends_with(suffix)) return std::string(name.substr(0, name.size() - suffix.size()));
     return std::nullopt;
 }
 
-void count(StoredRecordings::Amount& amount, std::uint64_t bytes) {
-    ++amount.files;
-    amount.bytes += bytes;
+/// Counts a file.
+void look(const Folder& support, const std::string& name, bool isLeft, Found& found) {
+    auto& amounts = found.amounts;
+    std::vector<StoredRecordings::Amount*> counts{meetingOfSound(name) ? &amounts.audio : &amounts.texts};
+    if (isLeft) counts.push_back(&amounts.leftAudio);
+    try {
+        const auto info = support.info(recordingPath(name));
+        if (!info || info->isFolder) return;
+        for (auto* amount : counts) {
+            ++amount->files;
+            amount->bytes += info->size;
+        }
+        if (isLeft) found.leftFiles.push_back(name);
+    } catch (const FileError& error) {
+        logger.warning("A recording cannot be looked at: {}", error.what());
+        for (auto* amount : counts)
+            ++amount->unseen;
+    }
 }
 
 Found look(const Folder& support, std::optional<std::string_view> openMeeting) {
@@ -43,13 +56,8 @@ Found look(const Folder& support, std::optional<std::string_view> openMeeting) {
     for (const std::string& name : names)
         if (name.ends_with(checkpointSuffix)) alive.insert(name.substr(0, name.size() - checkpointSuffix.size()));
     for (const std::string& name : names) {
-        const auto info = support.info(recordingPath(name));
-        if (!info || info->isFolder) continue;
         const auto meeting = meetingOfSound(name);
-        count(meeting ? found.amounts.audio : found.amounts.texts, info->size);
-        if (!meeting || alive.contains(*meeting)) continue;
-        count(found.amounts.leftAudio, info->size);
-        found.leftFiles.push_back(name);
+        look(support, name, meeting && !alive.contains(*meeting), found);
     }
     return found;
 }
@@ -59,7 +67,8 @@ Found lookQuietly(const Folder& support, std::optional<std::string_view> openMee
         return look(support, openMeeting);
     } catch (const FileError& error) {
         logger.warning("The recordings cannot be looked at: {}", error.what());
-        return {};
+        const StoredRecordings::Amount unseen{.unseen = 1};
+        return {.amounts = {.texts = unseen, .audio = unseen, .leftAudio = unseen}, .leftFiles = {}};
     }
 }
 

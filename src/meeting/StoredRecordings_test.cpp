@@ -1,8 +1,14 @@
 #include "meeting/StoredRecordings.h"
 #include "meeting/TranscriptPersistence.h"
+#include "support/files/DiskFolder.h"
 #include "support/files/MemoryFolder.h"
+#include "support/files/TemporaryFolderTestSupport.h"
+#include "support/log/LogCapture.h"
 
 #include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
 
 namespace tavrin {
 namespace {
@@ -27,6 +33,23 @@ TEST(StoredRecordingsTest, only_sound_of_meetings_that_are_gone_is_left_over_and
     EXPECT_EQ(after.audio, (StoredRecordings::Amount{2, 500}));
     EXPECT_EQ(after.texts, before.texts);
     EXPECT_EQ(storedRecordings(support, {}).leftAudio, (StoredRecordings::Amount{1, 400})) << "no meeting is open now";
+}
+
+TEST(StoredRecordingsTest, what_cannot_be_looked_at_is_told_and_hides_nothing_else) {
+    const LogCapture quiet;
+    const TemporaryFolder temporary;
+    DiskFolder support(temporary.path());
+    support.makeFolders(recordingsFolder);
+    support.writeAtomically(recordingPath("A-me.pcm"), "xx");
+    support.writeAtomically(recordingPath("C-me.pcm"), "xx");
+    const auto loop = support.location(recordingPath("B-me.pcm"));
+    std::filesystem::create_symlink(loop, loop);
+    EXPECT_EQ(storedRecordings(support, {}).leftAudio, (StoredRecordings::Amount{2, 4, 1}));
+    EXPECT_EQ(deleteLeftAudio(support, {}).leftAudio, (StoredRecordings::Amount{0, 0, 1}));
+
+    MemoryFolder broken;
+    broken.failNext(MemoryFolder::Step::read, EIO);
+    EXPECT_EQ(storedRecordings(broken, {}).leftAudio, (StoredRecordings::Amount{0, 0, 1}));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "meeting/RecoverableMeetings.h"
 #include "meeting/TranscriptPersistence.h"
+#include "support/files/FileError.h"
 #include "support/files/MemoryFolder.h"
 #include "support/log/LogCapture.h"
 
@@ -117,6 +118,18 @@ TEST_F(RecoverableMeetingsTest, are_listed_newest_first_and_beyond_48_hours_remo
     EXPECT_EQ(listed().size(), 4U);
     left.emplace_back("too-old-me.pcm");
     EXPECT_EQ(folder.list(recordingsFolder), left);
+}
+
+TEST_F(RecoverableMeetingsTest, a_left_over_that_cannot_be_removed_hides_no_meeting) {
+    writeMeeting("good", 1, 1);
+    folder.failNext(MemoryFolder::Step::read, EIO); // is there a folder
+    EXPECT_THAT(listed(), IsEmpty());
+    folder.cutPowerAfter(1);
+    EXPECT_THROW(write("good-segments.jsonl", "new"), FileError);
+    folder.restart({.namesSurvive = true});
+    folder.failNext(MemoryFolder::Step::remove, EACCES);
+    EXPECT_THAT(listed(), ElementsAre("good"));
+    EXPECT_TRUE(quiet.contains("What an interrupted write left stays"));
 }
 
 TEST_F(RecoverableMeetingsTest, a_bad_checkpoint_stays_harms_no_other_and_leads_nowhere_else) {

@@ -24,6 +24,10 @@ std::string checkedID(Folder& folder, std::string id) {
     return id;
 }
 
+std::string fileOf(const std::string& meetingID, std::string_view suffix) {
+    return recordingPath(meetingID + std::string(suffix));
+}
+
 bool endsWithin(const Folder& folder, const std::string& path) {
     const auto found = folder.info(path);
     return found && found->size > 0 && folder.readRange(path, found->size - 1, 1) != "\n";
@@ -68,10 +72,9 @@ private:
 
 TranscriptPersistence::TranscriptPersistence(Folder& applicationSupport, std::string id, Executor& home,
                                              Executor& storageExecutor, SaveTrouble onTrouble)
-    : meetingID(checkedID(applicationSupport, std::move(id))),
-      segmentsURL(recordingPath(meetingID + "-segments.jsonl")),
-      checkpointURL(recordingPath(meetingID + "-checkpoint.json")), micPCMURL(recordingPath(meetingID + "-me.pcm")),
-      themPCMURL(recordingPath(meetingID + "-them.pcm")), folder(applicationSupport), storage(storageExecutor),
+    : meetingID(checkedID(applicationSupport, std::move(id))), segmentsURL(fileOf(meetingID, segmentsSuffix)),
+      checkpointURL(fileOf(meetingID, checkpointSuffix)), micPCMURL(fileOf(meetingID, micPCMSuffix)),
+      themPCMURL(fileOf(meetingID, themPCMSuffix)), folder(applicationSupport), storage(storageExecutor),
       notices(std::make_shared<Notices>(home, std::move(onTrouble))),
       mic(std::make_shared<PcmArchive>(folder, micPCMURL, storage,
                                        [told = notices](bool isInTrouble) { told->count(isInTrouble); })),

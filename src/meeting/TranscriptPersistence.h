@@ -8,6 +8,11 @@ namespace tavrin {
 /// Where meetings are kept, below the application support folder.
 inline constexpr std::string_view recordingsFolder = "TavrinAssistant/Recordings";
 std::string recordingPath(std::string_view name);
+// The files of a meeting: its id, and one of these.
+inline constexpr std::string_view segmentsSuffix = "-segments.jsonl";
+inline constexpr std::string_view checkpointSuffix = "-checkpoint.json";
+inline constexpr std::string_view micPCMSuffix = "-me.pcm";
+inline constexpr std::string_view themPCMSuffix = "-them.pcm";
 
 /// One meeting on disk: the sound of both lanes, a log of final segments, and a checkpoint. Whatever becomes of the
 /// program, at most the last second is missing.

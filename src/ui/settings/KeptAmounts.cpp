@@ -81,8 +81,10 @@ std::string byteWords(std::uint64_t bytes) {
 }
 
 std::string amountWords(const KeptAmounts::Amount& amount) {
-    if (amount.files == 0) return "None";
-    return fmt::format("{} {}, {}", amount.files, amount.files == 1 ? "file" : "files", byteWords(amount.bytes));
+    if (amount.files == 0) return amount.unseen > 0 ? "Could not be looked at" : "None";
+    const std::string unseen = amount.unseen > 0 ? fmt::format("; {} could not be looked at", amount.unseen) : "";
+    return fmt::format("{} {}, {}{}", amount.files, amount.files == 1 ? "file" : "files", byteWords(amount.bytes),
+                       unseen);
 }
 
 } // namespace tavrin

@@ -48,7 +48,7 @@ KeptAmounts countKept(const Folder& applicationSupport, const KeptPlaces& places
 
 /// "145 MB", "1.6 GB", "0 bytes": by thousands, as file managers count.
 std::string byteWords(std::uint64_t bytes);
-/// "12 files, 34 MB", "None".
+/// "12 files, 34 MB", "None", "3 files, 5 MB; 1 could not be looked at", "Could not be looked at".
 std::string amountWords(const KeptAmounts::Amount& amount);
 
 } // namespace tavrin

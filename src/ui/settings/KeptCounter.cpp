@@ -31,7 +31,7 @@ Task<bool> KeptCounter::deleteLeftAudio() {
             return tavrin::deleteLeftAudio(folder, open);
         });
     co_await countThem();
-    co_return left.leftAudio.files == 0;
+    co_return left.leftAudio == KeptAmounts::Amount();
 }
 
 } // namespace tavrin

@@ -28,7 +28,8 @@ public:
 
     /// Counts anew, these model folders one by one besides. An earlier count that has not come home is dropped.
     void count(std::vector<std::filesystem::path> modelFolders);
-    /// Deletes sound that no meeting needs, and counts anew. True if nothing of it is left.
+    /// Deletes sound that no meeting needs, and counts anew. True if nothing of it is left, as far as everything could
+    /// be looked at.
     Task<bool> deleteLeftAudio();
 
     [[nodiscard]] const KeptPlaces& places() const { return use.places; }

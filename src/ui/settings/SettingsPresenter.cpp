@@ -335,7 +335,7 @@ void SettingsPresenter::showKept() {
                        .deleteEnabled = shown.recordings.leftAudio.files > 0 && !isDeleting};
     if (isDeleting) {
         state.leftAudio.hint = "It is being deleted…";
-    } else if (couldNotDelete && shown.recordings.leftAudio.files > 0) {
+    } else if (couldNotDelete && shown.recordings.leftAudio != KeptAmounts::Amount()) {
         state.leftAudio.hint = "Not all of it could be deleted. Open the folder to see what is there.";
         state.leftAudio.hintIsError = true;
     }

@@ -326,6 +326,8 @@ TEST(KeptAmountsTest, amounts_are_told_by_thousands_and_never_as_a_thousand_of_a
         EXPECT_EQ(byteWords(bytes), words);
     EXPECT_EQ(amountWords({.files = 0, .bytes = 0}), "None");
     EXPECT_EQ(amountWords({.files = 1, .bytes = 12}), "1 file, 12 bytes");
+    EXPECT_EQ(amountWords({.files = 0, .bytes = 0, .unseen = 2}), "Could not be looked at");
+    EXPECT_EQ(amountWords({.files = 2, .bytes = 12, .unseen = 1}), "2 files, 12 bytes; 1 could not be looked at");
     EXPECT_EQ(amountBelow("/nowhere/at/all"), KeptAmounts::Amount{});
 }
 
