@@ -8,7 +8,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <deque>
+#include <mutex>
+#include <ranges>
 #include <vector>
 
 namespace tavrin {
@@ -26,13 +29,13 @@ public:
     State(Folder& owner, std::string filePath, Executor& executor, Options choices)
         : folder(owner), path(std::move(filePath)), storage(executor), options(std::move(choices)) {
         const auto found = folder.info(path);
-        total = written = found ? found->size : 0;
+        total = written = synced = found ? found->size : 0;
     }
 
     // From any thread.
 
     bool append(std::span<const std::byte> bytes);
-    void appendZeros(std::uint64_t count);
+    bool appendZeros(std::uint64_t count);
     void replace(std::string content);
     void remove(bool closed);
     void release();
@@ -55,15 +58,19 @@ private:
         [[nodiscard]] std::uint64_t size() const { return bytes.size() + zeros; }
     };
 
+    bool take(std::span<const std::byte> bytes);
     void askForStore();
+    void noticeHang();
     void takeOver();
     void renew();
     void write();
     void open();
-    void consume(std::uint64_t count);
+    void advance(std::uint64_t count);
     void sync();
+    void forgetSynced();
+    void rewind();
     void beginTrouble(const FileError& error);
-    void endTrouble();
+    void setTrouble(bool isTrouble);
     void schedule(Duration delay);
     [[nodiscard]] std::span<const std::byte> nextBytes() const;
     void copyWaiting(std::uint64_t offset, std::uint64_t count, std::vector<std::byte>& to) const;
@@ -77,8 +84,9 @@ private:
     // guarded
     std::deque<Piece> incoming;
     std::uint64_t total = 0;
-    std::size_t waiting = 0;     // bytes in memory, handed over or not
-    bool isAsked = false;        // a job that takes over is on its way
+    std::size_t waiting = 0; // bytes in memory, handed over or not
+    bool isAsked = false;    // a job that takes over is on its way
+    SteadyInstant askedAt;
     bool isClosed = false;       // removed for good
     bool isReleased = false;     // nobody holds the queue any more
     bool isStartingAnew = false; // what was handed over before no longer counts
@@ -86,19 +94,30 @@ private:
     std::optional<std::string> replacement;
 
     // storage executor only
-    std::deque<Piece> pieces;
-    std::uint64_t frontDone = 0; // bytes of the first piece that are written
-    std::uint64_t written = 0;   // size of the file as we know it
+    std::deque<Piece> pieces;      // all that is not synced, written or not
+    std::uint64_t frontSynced = 0; // bytes of the first piece
+    std::size_t next = 0;          // the piece that is being written
+    std::uint64_t nextDone = 0;    // bytes of it that are written
+    std::uint64_t written = 0;     // size of the file as we know it
+    std::uint64_t synced = 0;      // of it, safe on the disk
     bool removesFile = false;
     std::optional<std::string> newContent;
     std::unique_ptr<AppendFile> file;
     bool isUncertain = false; // a failed write may have left a part behind
-    bool isUnsynced = false;
-    bool isInTrouble = false;
-    JobId timer; // syncs, or tries again
+    bool isRewound = false;   // what lies behind `synced` is to be cut off
+    JobId timer;              // syncs, or tries again
+
+    std::mutex troubleMutex; // held while trouble is told
+    std::atomic<bool> isInTrouble = false;
 };
 
 bool AppendQueue::State::append(std::span<const std::byte> bytes) {
+    const bool isTaken = take(bytes);
+    noticeHang();
+    return isTaken;
+}
+
+bool AppendQueue::State::take(std::span<const std::byte> bytes) {
     const std::scoped_lock lock(mutex);
     if (isClosed || waiting + bytes.size() > options.mostWaiting) return false;
     if (bytes.empty()) return true;
@@ -111,13 +130,14 @@ bool AppendQueue::State::append(std::span<const std::byte> bytes) {
     return true;
 }
 
-void AppendQueue::State::appendZeros(std::uint64_t count) {
+bool AppendQueue::State::appendZeros(std::uint64_t count) {
     const std::scoped_lock lock(mutex);
-    if (isClosed || count == 0) return;
+    if (isClosed || count == 0) return !isClosed;
     if (incoming.empty() || incoming.back().zeros == 0) incoming.emplace_back();
     incoming.back().zeros += count;
     total += count;
     askForStore();
+    return true;
 }
 
 void AppendQueue::State::replace(std::string content) {
@@ -160,7 +180,14 @@ std::uint64_t AppendQueue::State::size() const {
 /// Under the lock. One job takes over whatever has come until it runs.
 void AppendQueue::State::askForStore() {
     if (std::exchange(isAsked, true)) return;
+    askedAt = storage.now();
     storage.post([self = shared_from_this()] { self->store(false); });
+}
+
+/// A disk that answers nothing at all holds up the executor, so that only those who append can tell.
+void AppendQueue::State::noticeHang() {
+    const std::scoped_lock lock(mutex); // the job that ends the trouble takes over after this
+    if (!isInTrouble && isAsked && storage.now() - askedAt >= patience) setTrouble(true);
 }
 
 bool AppendQueue::State::store(bool syncNow) {
@@ -173,8 +200,11 @@ bool AppendQueue::State::store(bool syncNow) {
         beginTrouble(error);
         return false;
     }
-    endTrouble();
-    if (isUnsynced && !timer) schedule(options.syncDelay);
+    if (isInTrouble) {
+        storage.cancel(std::exchange(timer, {}));
+        setTrouble(false);
+    }
+    if (synced < written && !timer) schedule(options.syncDelay);
     return true;
 }
 
@@ -184,7 +214,7 @@ void AppendQueue::State::takeOver() {
     isAsked = false;
     if (std::exchange(isStartingAnew, false)) {
         std::swap(dropped, pieces);
-        frontDone = 0;
+        frontSynced = next = nextDone = 0;
         removesFile = isRemoving;
         newContent = std::exchange(replacement, std::nullopt);
     }
@@ -196,9 +226,9 @@ void AppendQueue::State::takeOver() {
 void AppendQueue::State::renew() {
     if (!removesFile && !newContent) return;
     file.reset();
-    isUnsynced = false;
     isUncertain = false;
-    written = 0;
+    isRewound = false;
+    written = synced = 0;
     if (std::exchange(removesFile, false)) {
         try {
             folder.remove(path);
@@ -209,62 +239,87 @@ void AppendQueue::State::renew() {
     }
     folder.makeFolders(Folder::parentOf(path));
     folder.writeAtomically(path, *newContent);
-    written = newContent->size();
+    written = synced = newContent->size();
     newContent.reset();
 }
 
 void AppendQueue::State::write() {
-    if (pieces.empty()) return;
+    if (next == pieces.size()) return;
     if (!file) open();
-    while (!pieces.empty()) {
+    while (next < pieces.size()) {
         const auto bytes = nextBytes();
         isUncertain = true;
-        isUnsynced = true;
         file->append(bytes);
         isUncertain = false;
-        written += bytes.size();
-        consume(bytes.size());
+        advance(bytes.size());
     }
 }
 
 void AppendQueue::State::open() {
     folder.makeFolders(Folder::parentOf(path));
     file = folder.openForAppend(path);
+    if (isRewound && file->size() > synced) file->truncate(synced);
+    isRewound = false;
     const std::uint64_t size = file->size();
     // A write that failed has left a part that could not be taken back: it need not be written again.
-    if (std::exchange(isUncertain, false) && size > written) consume(size - written);
+    if (std::exchange(isUncertain, false) && size > written) advance(size - written);
     if (size < written) logger.error("{} became shorter by other hands", path);
+    if (synced == written) synced = size;
     written = size;
+    synced = std::min(synced, written);
 }
 
 std::span<const std::byte> AppendQueue::State::nextBytes() const {
-    const Piece& front = pieces.front();
-    if (front.zeros > 0)
-        return std::span(silence).first(std::min<std::uint64_t>(front.zeros - frontDone, silence.size()));
-    return std::span(front.bytes).subspan(frontDone);
+    const Piece& piece = pieces[next];
+    if (piece.zeros > 0)
+        return std::span(silence).first(std::min<std::uint64_t>(piece.zeros - nextDone, silence.size()));
+    return std::span(piece.bytes).subspan(nextDone);
 }
 
-void AppendQueue::State::consume(std::uint64_t count) {
-    while (count > 0 && !pieces.empty()) {
-        Piece& front = pieces.front();
-        const std::uint64_t taken = std::min(count, front.size() - frontDone);
+/// So many bytes are written.
+void AppendQueue::State::advance(std::uint64_t count) {
+    while (count > 0 && next < pieces.size()) {
+        const std::uint64_t taken = std::min(count, pieces[next].size() - nextDone);
         count -= taken;
-        frontDone += taken;
-        if (front.zeros == 0) {
-            const std::scoped_lock lock(mutex);
-            if (!isStartingAnew) waiting -= taken;
-        }
-        if (frontDone < front.size()) return;
-        pieces.pop_front();
-        frontDone = 0;
+        written += taken;
+        nextDone += taken;
+        if (nextDone < pieces[next].size()) return;
+        ++next;
+        nextDone = 0;
     }
 }
 
 void AppendQueue::State::sync() {
-    if (!isUnsynced) return;
+    if (synced == written) return;
     if (!file) open();
-    file->syncData();
-    isUnsynced = false;
+    try {
+        file->syncData();
+    } catch (const FileError&) {
+        rewind();
+        throw;
+    }
+    forgetSynced();
+}
+
+void AppendQueue::State::forgetSynced() {
+    synced = written;
+    std::uint64_t freed = 0;
+    for (; next > 0; --next, frontSynced = 0) {
+        if (pieces.front().zeros == 0) freed += pieces.front().size() - frontSynced;
+        pieces.pop_front();
+    }
+    if (nextDone > 0 && pieces.front().zeros == 0) freed += nextDone - frontSynced;
+    frontSynced = nextDone;
+    const std::scoped_lock lock(mutex);
+    if (!isStartingAnew) waiting -= freed;
+}
+
+/// After a sync that failed the system may take for stored what it has dropped, and the next sync succeeds without it.
+void AppendQueue::State::rewind() {
+    written = synced;
+    next = 0;
+    nextDone = frontSynced;
+    isRewound = true;
 }
 
 void AppendQueue::State::beginTrouble(const FileError& error) {
@@ -276,18 +331,21 @@ void AppendQueue::State::beginTrouble(const FileError& error) {
             return;
         }
         isAsked = true; // by the timer
+        askedAt = storage.now();
     }
     schedule(retryDelay);
-    if (std::exchange(isInTrouble, true)) return;
-    logger.warning("Bytes wait in memory: {}", error.what());
-    if (options.onTrouble) options.onTrouble(true);
+    if (!isInTrouble) logger.warning("The disk refuses: {}", error.what());
+    setTrouble(true);
 }
 
-void AppendQueue::State::endTrouble() {
-    if (!std::exchange(isInTrouble, false)) return;
-    storage.cancel(std::exchange(timer, {}));
-    logger.info("What waited in memory is saved.");
-    if (options.onTrouble) options.onTrouble(false);
+void AppendQueue::State::setTrouble(bool isTrouble) {
+    const std::scoped_lock lock(troubleMutex);
+    if (isInTrouble.exchange(isTrouble) == isTrouble) return;
+    if (isTrouble)
+        logger.warning("Bytes of {} wait in memory.", path);
+    else
+        logger.info("What waited in memory is saved.");
+    if (options.onTrouble) options.onTrouble(isTrouble);
 }
 
 void AppendQueue::State::schedule(Duration delay) {
@@ -317,8 +375,8 @@ std::vector<std::byte> AppendQueue::State::read(std::uint64_t offset, std::uint6
 }
 
 void AppendQueue::State::copyWaiting(std::uint64_t offset, std::uint64_t count, std::vector<std::byte>& to) const {
-    std::uint64_t begin = written - frontDone; // of the piece
-    for (const Piece& piece : pieces) {
+    std::uint64_t begin = written - nextDone; // of the piece
+    for (const Piece& piece : pieces | std::views::drop(next)) {
         const std::uint64_t end = begin + piece.size();
         const std::uint64_t stop = count > end - std::min(end, offset) ? end : offset + count;
         for (; offset >= begin && offset < stop; ++offset, --count)
@@ -338,8 +396,8 @@ bool AppendQueue::append(std::span<const std::byte> bytes) {
     return state->append(bytes);
 }
 
-void AppendQueue::appendZeros(std::uint64_t count) {
-    state->appendZeros(count);
+bool AppendQueue::appendZeros(std::uint64_t count) {
+    return state->appendZeros(count);
 }
 
 void AppendQueue::replace(std::string content) {

@@ -16,22 +16,25 @@ class Folder;
 /// Bytes on their way to the end of one file, for those who may not wait for a disk.
 ///
 /// Order:    what is given is written in that order, at once as far as the disk allows, and synced within `syncDelay`.
-/// Trouble:  while the disk refuses, bytes wait in memory and are tried again every second; `onTrouble(true)` is told
-///           once, and `onTrouble(false)` once everything is safe on the disk again.
+/// Trouble:  while the disk refuses, bytes wait in memory and are tried again every second; what a failed sync may have
+///           lost is written again. `onTrouble(true)` is told once, also when the disk hangs and more bytes come after
+///           `patience`, and `onTrouble(false)` once everything is safe on the disk again.
 /// Threads:  all operations from any thread; none waits for the disk. Tasks may be awaited anywhere.
 /// Lifetime: folder and storage executor outlive it. What waits when it dies is tried once more by the executor; to be
 ///           sure await saved() before.
 class AppendQueue final {
 public:
     struct Options {
-        /// Bytes that may wait in memory; what would come on top is refused.
+        /// Bytes that may wait in memory until they are synced; what would come on top is refused.
         std::size_t mostWaiting = 0;
         Duration syncDelay{};
-        /// On the storage executor, perhaps once more after the queue's death: it owns what it needs.
+        /// On the storage executor or where bytes are appended, one call at a time, perhaps once more after the queue's
+        /// death: it owns what it needs, and waits for nothing.
         std::function<void(bool isInTrouble)> onTrouble;
     };
 
     static constexpr Duration retryDelay = std::chrono::seconds(1);
+    static constexpr Duration patience = std::chrono::seconds(5);
 
     /// Looks up the size of the file, which need not exist; makes nothing. Throws FileError.
     AppendQueue(Folder& folder, std::string path, Executor& storage, Options options);
@@ -41,8 +44,8 @@ public:
 
     /// False, and nothing of it is taken, when too much waits already or the queue is closed.
     bool append(std::span<const std::byte> bytes);
-    /// Zero bytes; they take no memory while they wait.
-    void appendZeros(std::uint64_t count);
+    /// Zero bytes; they take no memory while they wait. False when the queue is closed.
+    bool appendZeros(std::uint64_t count);
 
     /// Replaces the whole file, atomically; takes the place of all that was given before, written or not.
     void replace(std::string content);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "audio/PcmFormat.h"
 #include "meeting/AppendQueue.h"
 
 #include <atomic>
@@ -11,14 +12,14 @@ namespace tavrin {
 /// The sound of one lane of a meeting as a file: signed 16-bit little-endian samples, one channel, 16,000 a second,
 /// nothing else. The index of a sample in the file is its time.
 ///
-/// What the disk does not take waits in memory, a minute at most. Sound beyond that is lost, and becomes silence of the
-/// same length, so that what follows keeps its time.
+/// What the disk does not take waits in memory, a minute at most; silence takes no memory and waits for ever. Sound
+/// beyond that is lost, which the log tells, and becomes silence of the same length, so that what follows keeps its
+/// time.
 /// Threads:  append and beginStretch one at a time, such as a capture queue's; the rest from any thread. Nothing waits
 ///           for the disk.
 /// Lifetime: as AppendQueue.
 class PcmArchive final {
 public:
-    static constexpr std::size_t bytesPerSample = 2;
     static constexpr std::size_t mostWaitingBytes = 1'920'000;
     /// With writing and syncing itself a power cut then costs no more than a second.
     static constexpr Duration syncDelay = std::chrono::milliseconds(900);
@@ -26,6 +27,9 @@ public:
 
     /// `onTrouble`: see AppendQueue. Throws FileError.
     PcmArchive(Folder& folder, std::string path, Executor& storage, std::function<void(bool)> onTrouble);
+    ~PcmArchive();
+    PcmArchive(const PcmArchive&) = delete;
+    PcmArchive& operator=(const PcmArchive&) = delete;
 
     /// Whole samples; an odd last byte is dropped.
     void append(std::span<const std::byte> pcm);
@@ -35,7 +39,7 @@ public:
     void beginStretch(std::uint64_t padTo);
 
     /// Samples of the file, those in memory included; the index of the next one.
-    [[nodiscard]] std::uint64_t sampleCount() const { return queue.size() / bytesPerSample; }
+    [[nodiscard]] std::uint64_t sampleCount() const { return queue.size() / pcmBytesPerSample; }
     /// Samples of this run for which silence stands, because the disk took nothing for more than a minute.
     [[nodiscard]] std::uint64_t lostSamples() const { return lost; }
 
@@ -54,8 +58,13 @@ public:
     void close() { queue.remove(true); }
 
 private:
+    void lose(std::size_t samples);
+    void endLoss();
+
+    const std::string path;
     AppendQueue queue;
     std::atomic<std::uint64_t> lost{0};
+    std::uint64_t losing = 0; // samples in a row up to now; of who appends
 };
 
 } // namespace tavrin

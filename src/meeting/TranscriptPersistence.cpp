@@ -7,7 +7,9 @@
 #include "support/files/Folder.h"
 #include "support/log/Log.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <mutex>
 
 namespace tavrin {
 
@@ -47,12 +49,13 @@ std::string recordingPath(std::string_view name) {
     return std::string(recordingsFolder) + "/" + std::string(name);
 }
 
-/// Makes one notice of the troubles of several files. Counts on the storage executor, tells at home.
+/// Makes one notice of the troubles of several files. Counts anywhere, tells at home.
 class TranscriptPersistence::Notices final : public std::enable_shared_from_this<Notices> {
 public:
     Notices(Executor& homeExecutor, SaveTrouble listener) : home(homeExecutor), tell(std::move(listener)) {}
 
     void count(bool isInTrouble) {
+        const std::scoped_lock lock(mutex); // until it is posted, for the order
         const int before = std::exchange(troubled, troubled + (isInTrouble ? 1 : -1));
         if ((before == 0) == (troubled == 0)) return;
         home.post([weak = weak_from_this(), cannotSave = troubled > 0] {
@@ -67,7 +70,8 @@ public:
 private:
     Executor& home;
     SaveTrouble tell; // home executor
-    int troubled = 0; // storage executor
+    std::mutex mutex;
+    int troubled = 0; // guarded
 };
 
 TranscriptPersistence::TranscriptPersistence(Folder& applicationSupport, std::string id, Executor& home,
@@ -88,6 +92,10 @@ TranscriptPersistence::TranscriptPersistence(Folder& applicationSupport, std::st
 
 TranscriptPersistence::~TranscriptPersistence() {
     notices->silence();
+}
+
+double TranscriptPersistence::lostSeconds() const {
+    return static_cast<double>(std::max(mic->lostSamples(), them->lostSamples())) / pcmSampleRate;
 }
 
 Task<std::vector<PersistedTranscriptSegment>> TranscriptPersistence::loadSegments() {

@@ -18,7 +18,8 @@ inline constexpr std::string_view themPCMSuffix = "-them.pcm";
 /// program, at most the last second is missing.
 ///
 /// File errors are silent here: what is appended waits and is tried again (AppendQueue), what is removed may stay. That
-/// a recording cannot be saved is told to `onTrouble`: once, for all files together, and once when it is over.
+/// a recording cannot be saved is told to `onTrouble`: once, for all files together, and once when it is over; what was
+/// lost meanwhile is in lostSeconds().
 /// Thread:   home executor, unless told otherwise. All work on files but that of the constructor is done on `storage`,
 ///           in the order of the calls.
 /// Lifetime: folder and executors outlive it. After its death nothing is told any more.
@@ -44,6 +45,10 @@ public:
     /// The lanes' sound. Capture may hold on to them: after deleteAll() they take nothing.
     const std::shared_ptr<PcmArchive>& micPCM() const { return mic; }
     const std::shared_ptr<PcmArchive>& themPCM() const { return them; }
+
+    /// Sound of this run that is lost, because the disk took nothing for more than a minute: of the lane that lost
+    /// more. Any thread.
+    [[nodiscard]] double lostSeconds() const;
 
     /// The segments of the log, those of earlier runs included; none if there is no log or it cannot be read.
     [[nodiscard]] Task<std::vector<PersistedTranscriptSegment>> loadSegments();

@@ -175,12 +175,19 @@ TEST_F(PersistenceTest, beyond_a_minute_the_newest_sound_is_lost_and_becomes_sil
         time.advance(100ms);
     }
     EXPECT_EQ(store->micPCM()->lostSamples(), 20U * 1'600);
+    EXPECT_EQ(store->lostSeconds(), 2);
+    EXPECT_TRUE(quiet.contains("sound is lost, the disk has taken nothing for a minute"));
+    EXPECT_FALSE(quiet.contains("s of sound are lost"));
+    append(std::string(640'000, '\0')); // silence has room
+    expected += std::string(640'000, '\0');
     folder.limitCapacity(std::nullopt);
     time.advance(1s);
     append(soundPiece(1));
     expected += soundPiece(1);
     EXPECT_EQ(resultOf(store->flush()), true);
     EXPECT_TRUE(onDisk(store->micPCMURL) == expected);
+    EXPECT_EQ(store->lostSeconds(), 2);
+    EXPECT_TRUE(quiet.contains("2.0 s of sound are lost"));
 }
 
 TEST_F(PersistenceTest, a_write_that_fails_half_way_and_cannot_be_taken_back_is_not_written_twice) {
@@ -200,6 +207,45 @@ TEST_F(PersistenceTest, a_write_that_fails_half_way_and_cannot_be_taken_back_is_
     time.advance(3s);
     EXPECT_EQ(onDisk(store->micPCMURL), "aabbccddeeffgg");
     EXPECT_THAT(told, ElementsAre(true, false, true, false));
+}
+
+TEST_F(PersistenceTest, what_a_failed_sync_has_dropped_is_written_again) {
+    open();
+    append("aabb");
+    time.advance(1s);
+    append("ccdd");
+    store->micPCM()->beginStretch(6);
+    for (int i = 0; i < 3; ++i)
+        folder.failNext(MemoryFolder::Step::sync, EIO);
+    time.advance(1s);
+    append("ee");
+    EXPECT_EQ(readBack(0, std::nullopt), std::string("aabbccdd\0\0\0\0ee", 14));
+    time.advance(4s);
+    EXPECT_THAT(told, ElementsAre(true, false));
+    append("ff");
+    time.advance(1s);
+    folder.restart({});
+    EXPECT_EQ(onDisk(store->micPCMURL), std::string("aabbccdd\0\0\0\0eeff", 16));
+}
+
+TEST_F(PersistenceTest, a_disk_that_hangs_is_told_by_those_who_append) {
+    open();
+    append("aa");
+    time.advance(2s);
+    time.stall(storage, 20s);
+    for (int i = 0; i < 49; ++i) {
+        append("bb");
+        time.advance(100ms);
+    }
+    EXPECT_THAT(told, IsEmpty());
+    for (int i = 0; i < 50; ++i) {
+        append("bb");
+        time.advance(100ms);
+    }
+    EXPECT_THAT(told, ElementsAre(true));
+    time.advance(12s);
+    EXPECT_THAT(told, ElementsAre(true, false));
+    EXPECT_EQ(onDisk(store->micPCMURL).size(), 200U);
 }
 
 TEST_F(PersistenceTest, flush_says_when_the_disk_does_not_get_there_in_two_seconds) {

@@ -32,6 +32,10 @@ void AppendFile::syncData() {
     handle->syncData();
 }
 
+void AppendFile::truncate(std::uint64_t size) {
+    handle->truncate(size);
+}
+
 std::uint64_t AppendFile::size() const {
     return handle->size();
 }

@@ -22,6 +22,9 @@ public:
     /// Returns when everything appended so far survives a power cut. Throws FileError.
     void syncData();
 
+    /// Takes back everything behind the first `size` bytes. Throws FileError.
+    void truncate(std::uint64_t size);
+
     /// Bytes, those of earlier sessions included. Throws FileError.
     std::uint64_t size() const;
 

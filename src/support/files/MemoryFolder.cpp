@@ -16,10 +16,23 @@ struct MemoryFolder::Node {
     std::chrono::system_clock::time_point modified;
     std::string content;
     std::size_t syncedSize = 0; // of content, which only ever grows or is cut at its end
+    std::vector<std::pair<std::size_t, std::size_t>> neverStored; // begin and end of what a failed sync has dropped
     Entries entries;
     Entries syncedEntries;
 
+    void loseUnsynced() { neverStored.emplace_back(syncedSize, content.size()); }
+
+    void cut(std::size_t size) {
+        content.resize(size);
+        syncedSize = std::min(syncedSize, size);
+        for (auto& [begin, end] : neverStored)
+            end = std::min(end, size);
+    }
+
     void losePower(const PowerCut& survives) {
+        for (const auto& [begin, end] : std::exchange(neverStored, {}))
+            for (std::size_t i = begin; i < end; ++i)
+                content[i] = '\0';
         content.resize(std::min(content.size(), syncedSize + survives.unsyncedBytesSurvive));
         syncedSize = content.size();
         if (!survives.namesSurvive) entries = syncedEntries;
@@ -77,7 +90,12 @@ public:
     }
     void syncData() override {
         const std::scoped_lock lock(owner.mutex);
-        begin(Step::sync);
+        try {
+            begin(Step::sync);
+        } catch (const FileError&) {
+            if (owner.stepsToPowerCut != 0) node->loseUnsynced();
+            throw;
+        }
         node->syncedSize = node->content.size();
     }
     std::uint64_t size() const override {
@@ -88,8 +106,7 @@ public:
     void truncate(std::uint64_t size) override {
         const std::scoped_lock lock(owner.mutex);
         begin(Step::truncate);
-        node->content.resize(size);
-        node->syncedSize = std::min(node->syncedSize, node->content.size());
+        node->cut(size);
     }
 
 private:

@@ -32,7 +32,8 @@ public:
     void limitCapacity(std::optional<std::uint64_t> bytes);
     /// One write takes no more than this.
     void limitWriteSize(std::size_t bytes);
-    /// The next step of this kind fails with this errno value, once.
+    /// The next step of this kind fails with this errno value, once. Bytes whose sync failed can still be read but
+    /// never reach the disk, whatever is synced afterwards: a power cut leaves zeros in their place.
     void failNext(Step step, int error);
 
     /// After so many more changing steps the power goes: they and all later ones fail with EIO until restart().
