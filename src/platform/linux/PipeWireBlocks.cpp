@@ -59,6 +59,12 @@ void PipeWireBlocks::pop() {
     taken.fetch_add(1, std::memory_order_release);
 }
 
+void PipeWireBlocks::clear() {
+    taken = written.load();
+    filled = 0;
+    gap = false;
+}
+
 PipeWireBlocks::Block* PipeWireBlocks::room() {
     const std::size_t next = written.load(std::memory_order_relaxed);
     return next - taken.load(std::memory_order_acquire) == count ? nullptr : &(*blocks)[next % count];

@@ -34,6 +34,9 @@ public:
     [[nodiscard]] const Block* front() const;
     void pop();
 
+    /// Drops everything, a piece that is half full included. While nobody writes or reads.
+    void clear();
+
 private:
     [[nodiscard]] Block* room();
     void publish();

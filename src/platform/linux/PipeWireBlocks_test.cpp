@@ -73,6 +73,20 @@ TEST(PipeWireBlocks, what_a_late_reader_misses_is_marked_as_a_gap) {
     EXPECT_TRUE(blocks.front()->followsGap);
 }
 
+TEST(PipeWireBlocks, nothing_of_an_ended_take_is_in_the_next_one) {
+    PipeWireBlocks blocks;
+    const auto former = ramp(1200), later = ramp(1000, 5000);
+    blocks.write(former.data(), former.data(), 1000, 48000, SteadyInstant(1s));
+    blocks.write(former.data(), former.data(), 200, 48000, SteadyInstant(1s));
+    blocks.markGap();
+    blocks.clear();
+    EXPECT_EQ(blocks.front(), nullptr);
+    EXPECT_TRUE(blocks.write(later.data(), later.data(), 1000, 48000, SteadyInstant(2s)));
+    EXPECT_EQ(blocks.front()->frames, 1000U);
+    EXPECT_EQ(blocks.front()->samples[0], later.front());
+    EXPECT_FALSE(blocks.front()->followsGap);
+}
+
 TEST(PipeWireBlocks, a_reader_on_another_thread_gets_everything_in_order) {
     PipeWireBlocks blocks;
     constexpr std::size_t cycles = 3000, length = 1000;

@@ -132,8 +132,7 @@ void PipeWireTap::stop() {
         receiver = nullptr;
     }
     loop.reset();
-    while (blocks.front() != nullptr)
-        blocks.pop();
+    blocks.clear();
     format.reset();
 }
 
