@@ -1,5 +1,7 @@
 #include "audio/DiagnosticsCaptureFrameCounter.h"
 
+#include "audio/PcmFormat.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -7,31 +9,32 @@ namespace tavrin {
 
 namespace {
 
-constexpr double samplesPerSecond = 16'000;
-constexpr double fullBufferBytes = 8'000;
+/// A chunk that comes in less than this part of its length did not come from a device just now.
+constexpr std::int64_t atOnce = 10;
 
 } // namespace
 
-DiagnosticsCaptureFrameCounter::Handoff DiagnosticsCaptureFrameCounter::count(std::size_t chunkBytes,
-                                                                              SteadyInstant now) {
-    std::optional<SteadyInstant> previous;
-    {
-        const std::scoped_lock lock(mutex);
-        previous = std::exchange(lastHandoffAt, now);
+std::optional<DiagnosticsCaptureFrameCounter::Handoff> DiagnosticsCaptureFrameCounter::count(std::size_t chunkBytes,
+                                                                                             SteadyInstant now) {
+    const std::scoped_lock lock(mutex);
+    const auto samples = static_cast<std::int64_t>(chunkBytes / pcmBytesPerSample);
+    const double elapsed = lastHandoffAt ? std::chrono::duration<double>(now - *lastHandoffAt).count() : 0;
+    const auto expected = static_cast<std::int64_t>(elapsed * pcmSampleRate);
+    if (lastHandoffAt && expected * atOnce < samples) {
+        notCounted += samples;
+        return std::nullopt;
     }
-    Handoff handoff{.received = static_cast<std::int64_t>(chunkBytes / 2),
-                    .bufferFillRatio = std::min(static_cast<double>(chunkBytes) / fullBufferBytes, 1.0)};
-    if (previous) {
-        const double elapsed = std::chrono::duration<double>(now - *previous).count();
-        const auto expected = static_cast<std::int64_t>(elapsed * samplesPerSecond);
-        handoff.dropped = std::max<std::int64_t>(expected - handoff.received, 0);
-    }
-    return handoff;
+    lastHandoffAt = now;
+    const std::int64_t received = samples + std::exchange(notCounted, 0);
+    return Handoff{.received = received,
+                   .dropped = std::max<std::int64_t>(expected - received, 0),
+                   .bufferFillRatio = std::min(static_cast<double>(chunkBytes) / maxChunkBytes, 1.0)};
 }
 
 void DiagnosticsCaptureFrameCounter::restart() {
     const std::scoped_lock lock(mutex);
     lastHandoffAt.reset();
+    notCounted = 0;
 }
 
 } // namespace tavrin

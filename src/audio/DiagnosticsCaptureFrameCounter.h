@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 
 namespace tavrin {
 
-/// Tells from the times at which a lane hands over its chunks how many samples are missing between them.
+/// Tells from the times at which a lane hands over its chunks how many samples are missing between them. Chunks that
+/// come all at once, as silence in place of lost sound does, count together.
 /// Thread: any.
 class DiagnosticsCaptureFrameCounter final {
 public:
@@ -20,15 +22,17 @@ public:
         bool operator==(const Handoff&) const = default;
     };
 
-    /// Of 16-bit samples, 16,000 a second.
-    [[nodiscard]] Handoff count(std::size_t chunkBytes, SteadyInstant now);
+    /// Absent for a chunk that counts with the next one.
+    [[nodiscard]] std::optional<Handoff> count(std::size_t chunkBytes, SteadyInstant now);
 
     /// The next chunk is the first of a stretch: the time before it is no loss.
     void restart();
 
 private:
     std::mutex mutex;
-    std::optional<SteadyInstant> lastHandoffAt; // guarded
+    // guarded
+    std::optional<SteadyInstant> lastHandoffAt;
+    std::int64_t notCounted = 0; // samples that came all at once since
 };
 
 } // namespace tavrin

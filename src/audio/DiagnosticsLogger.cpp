@@ -226,7 +226,7 @@ void DiagnosticsLogger::logResult(std::string text, std::string label, double st
 
 void DiagnosticsLogger::countFrames(std::size_t chunkBytes, DiagnosticsCaptureFrameCounter& counter) {
     const auto handoff = counter.count(chunkBytes, steadyClock.now());
-    queue.post([self = state, now = wallClock.now(), handoff] { self->addFrames(now, handoff); });
+    if (handoff) queue.post([self = state, now = wallClock.now(), handoff] { self->addFrames(now, *handoff); });
 }
 
 } // namespace tavrin

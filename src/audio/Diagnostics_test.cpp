@@ -151,6 +151,9 @@ TEST(DiagnosticsCaptureFrameCounter, counts_what_is_missing_since_the_chunk_befo
     EXPECT_EQ(counter.count(8'000, start), (Handoff{4'000, 0, 1}));
     EXPECT_EQ(counter.count(8'000, start + 1s), (Handoff{4'000, 12'000, 1}));
     EXPECT_EQ(counter.count(16'000, start + 1'100ms), (Handoff{8'000, 0, 1}));
+    for (int i = 0; i < 1'000; ++i) // silence in place of what was lost
+        EXPECT_EQ(counter.count(8'000, start + 1'101ms), std::nullopt);
+    EXPECT_EQ(counter.count(8'000, start + 1'350ms), (Handoff{4'004'000, 0, 1}));
     counter.restart();
     EXPECT_EQ(counter.count(2'000, start + 1h), (Handoff{1'000, 0, 0.25}));
 }
