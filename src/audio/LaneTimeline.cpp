@@ -13,17 +13,17 @@ std::int64_t LaneTimeline::lag(const AudioBuffer& buffer, std::int64_t ahead) co
     return std::llround((begin * pcmSampleRate) - position) - ahead;
 }
 
-std::int64_t LaneTimeline::drift(const AudioBuffer& buffer) {
+std::optional<std::int64_t> LaneTimeline::drift(const AudioBuffer& buffer) {
     const std::int64_t late = lag(buffer, 0);
     if (!windowEnd) {
         windowEnd = after(buffer.end, window);
         earliest = late;
-        return 0;
+        return std::nullopt;
     }
     earliest = std::min(earliest, late);
-    if (buffer.end < *windowEnd) return 0;
+    if (buffer.end < *windowEnd) return std::nullopt;
     windowEnd.reset();
-    return earliest > tolerance ? earliest : 0;
+    return std::abs(earliest) > tolerance ? earliest : 0;
 }
 
 } // namespace tavrin

@@ -8,8 +8,9 @@
 
 namespace tavrin {
 
-/// Says how much silence a lane needs in front of a buffer, so that its samples stay where the clock says: both lanes
-/// of a meeting then lie on one time line, whatever their devices lost.
+/// Says how much silence a lane needs in front of a buffer, or how much is too many, so that its samples stay where the
+/// clock says: both lanes of a meeting then lie on one time line, whatever their devices lost and however fast they
+/// count.
 ///
 /// Times of single buffers are late by whatever held them up, never early, so a place is taken from the earliest of
 /// several buffers. After the start and after a gap, buffers are to be held back for `settlingTime` until one is known.
@@ -20,8 +21,10 @@ public:
     static constexpr Duration longestSettling = std::chrono::seconds(10);
     /// A buffer later than this follows a gap, whether the device said so or not.
     static constexpr std::int64_t jump = 8'000; // half a second
-    /// A lane that runs late by less is left alone.
-    static constexpr std::int64_t tolerance = 480; // 30 ms
+    /// A lane that is off by less is left alone: two lanes are then no more than 40 ms apart.
+    static constexpr std::int64_t tolerance = 240; // 15 ms
+    /// A lane that is off by this is brought back even where someone speaks.
+    static constexpr std::int64_t mostDrift = 1'600; // 100 ms
     /// How long the earliest buffer is looked for while sound flows.
     static constexpr Duration window = std::chrono::seconds(5);
 
@@ -35,11 +38,12 @@ public:
     /// earlier buffers being held back.
     [[nodiscard]] std::int64_t lag(const AudioBuffer& buffer, std::int64_t ahead) const;
 
-    /// Samples went into the lane: sound or silence.
+    /// Samples went into the lane, sound or silence; negative: were taken off again.
     void advance(double samples) { position += samples; }
 
-    /// Looks at a buffer of steady sound; now and then gives the silence that has been missing for a whole window.
-    std::int64_t drift(const AudioBuffer& buffer);
+    /// Looks at a buffer of steady sound; at the end of a window gives the samples that have been missing all through
+    /// it, negative for those that are too many, 0 for a lane that keeps time.
+    std::optional<std::int64_t> drift(const AudioBuffer& buffer);
 
     /// The device came back or lost sound: what was seen so far says nothing any more.
     void forgetWindow() { windowEnd.reset(); }

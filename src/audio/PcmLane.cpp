@@ -17,6 +17,9 @@ constexpr Logger log{"AudioCapture"};
 
 /// A hole longer than this is a fault of some clock, not lost sound.
 constexpr std::int64_t longestFill = 6 * 3'600 * pcmSampleRate;
+/// Far below the level at which a lane takes sound for a voice, and longer than the stops within words.
+constexpr double quietLevel = 0.002;
+constexpr std::size_t quietPause = pcmSampleRate / 5;
 
 double samplesOf(const AudioBuffer& buffer) {
     return static_cast<double>(buffer.frames()) * pcmSampleRate / buffer.format.sampleRate;
@@ -25,6 +28,13 @@ double samplesOf(const AudioBuffer& buffer) {
 std::int16_t pcmOf(float sample) {
     const float scaled = std::nearbyint(sample * 32'768.0F);
     return static_cast<std::int16_t>(std::clamp(scaled, -32'768.0F, 32'767.0F));
+}
+
+bool isQuiet(std::span<const float> samples) {
+    double sum = 0;
+    for (const float sample : samples)
+        sum += static_cast<double>(sample) * sample;
+    return sum <= quietLevel * quietLevel * static_cast<double>(samples.size());
 }
 
 } // namespace
@@ -41,8 +51,7 @@ void PcmLane::add(const AudioBuffer& buffer) {
     if (buffer.followsGap) place();
     if (buffer.followsGap || (isPlaced && timeline->lag(buffer, 0) > LaneTimeline::jump)) isPlaced = false;
     if (!isPlaced) return settle(buffer);
-    const std::int64_t missing = timeline->drift(buffer);
-    if (missing > 0) fill(missing);
+    if (const auto seen = timeline->drift(buffer)) owed = *seen;
     deliver(buffer);
 }
 
@@ -52,6 +61,7 @@ void PcmLane::setOrigin(std::optional<SteadyInstant> origin) {
     isPlaced = false;
     pendingPCM.clear();
     timeline.reset();
+    owed = 0;
     if (origin) timeline.emplace(*origin);
 }
 
@@ -61,9 +71,14 @@ void PcmLane::deviceChanged() {
     isPlaced = false;
     converterFormat.reset();
     if (timeline)
-        timeline->forgetWindow();
+        forgetDrift();
     else
         pendingPCM.clear();
+}
+
+void PcmLane::finish() {
+    if (!held.empty()) place();
+    finishConverter();
 }
 
 void PcmLane::clear() {
@@ -97,7 +112,7 @@ void PcmLane::place() {
         finishConverter();
         fill(missing);
     }
-    timeline->forgetWindow();
+    forgetDrift();
     for (const CapturedBuffer& buffer : std::exchange(held, {}))
         deliver(buffer.view());
     heldLength = {};
@@ -105,15 +120,47 @@ void PcmLane::place() {
 
 void PcmLane::deliver(const AudioBuffer& buffer) {
     if (!prepareConverter(buffer.format)) return;
-    if (timeline) timeline->advance(samplesOf(buffer));
-    mono.clear();
-    converter->convert(buffer.samples, mono);
+    convert(buffer);
+    if (timeline) {
+        timeline->advance(samplesOf(buffer));
+        keepStep();
+    }
     put(mono);
     float peak = 0;
     for (const float sample : mono)
         peak = std::max(peak, std::abs(sample));
     if (!mono.empty()) outlets.level.call(std::min(peak, 1.0F));
     sendChunks();
+}
+
+void PcmLane::convert(const AudioBuffer& buffer) {
+    mono.clear();
+    try {
+        converter->convert(buffer.samples, mono);
+    } catch (const SampleRateError& error) {
+        if (!std::exchange(saidUnavailable, true)) log.error("{}: sound is lost: {}", laneName, error.what());
+        converter.reset();
+        mono.assign(timeline ? static_cast<std::size_t>(std::llround(samplesOf(buffer))) : 0, 0.0F);
+    }
+}
+
+/// Puts in or takes off what the device's clock owes, where nobody speaks, or anywhere once it is too much.
+void PcmLane::keepStep() {
+    quietLength = isQuiet(mono) ? quietLength + mono.size() : 0;
+    if (owed == 0 || (quietLength < quietPause && std::abs(owed) < LaneTimeline::mostDrift)) return;
+    if (owed > 0) return fill(std::exchange(owed, 0));
+    const auto surplus = std::min(static_cast<std::size_t>(-owed), mono.size());
+    if (surplus == 0) return;
+    note("capture_lead_removed lane=" + laneName + " samples=" + std::to_string(surplus));
+    mono.erase(mono.begin(), mono.begin() + static_cast<std::ptrdiff_t>(surplus));
+    timeline->advance(-static_cast<double>(surplus));
+    timeline->forgetWindow();
+    owed += static_cast<std::int64_t>(surplus);
+}
+
+void PcmLane::forgetDrift() {
+    timeline->forgetWindow();
+    owed = 0;
 }
 
 bool PcmLane::prepareConverter(const AudioFormat& format) {
@@ -135,7 +182,11 @@ bool PcmLane::prepareConverter(const AudioFormat& format) {
 void PcmLane::finishConverter() {
     if (!converter) return;
     mono.clear();
-    converter->finish(mono);
+    try {
+        converter->finish(mono);
+    } catch (const SampleRateError& error) {
+        log.error("{}: the last milliseconds of a stream are lost: {}", laneName, error.what());
+    }
     put(mono);
     converter.reset();
 }
@@ -144,6 +195,7 @@ void PcmLane::fill(std::int64_t samples) {
     if (samples >= pcmSampleRate / 10)
         note("capture_gap_filled lane=" + laneName + " samples=" + std::to_string(samples));
     timeline->advance(static_cast<double>(samples));
+    timeline->forgetWindow();
     const std::vector<float> silence(static_cast<std::size_t>(std::min(samples, pcmSampleRate)));
     while (samples > 0) {
         const auto piece = static_cast<std::size_t>(std::min(samples, pcmSampleRate));

@@ -6,6 +6,7 @@
 #include "platform/SampleRateConverter.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -31,10 +32,12 @@ struct CapturedBuffer {
     bool followsGap;
 };
 
-/// Turns the buffers of a device into chunks of PCM, with silence where sound was lost.
+/// Turns the buffers of a device into chunks of PCM, with silence where sound was lost. A device whose clock differs
+/// from ours is kept in step where nothing is said: a few milliseconds of quiet are put in or taken off.
 ///
 /// Thread:  one at a time, the lane's queue.
-/// Errors:  a buffer whose format cannot be converted is dropped and said once in the log.
+/// Errors:  a buffer that cannot be converted becomes silence, one of a format that cannot be converted is dropped;
+///          both are said once in the log.
 /// Cost:    allocates for a conversion's output only, and for what is held back while a place is looked for.
 class PcmLane final {
 public:
@@ -59,6 +62,9 @@ public:
     /// chunk stays on a time line and goes without one.
     void deviceChanged();
 
+    /// Gives out what is held for a place or in the converter: for those who take what comes now for the end.
+    void finish();
+
     /// Drops what is not delivered yet, and the time line.
     void clear();
 
@@ -66,6 +72,9 @@ private:
     void settle(const AudioBuffer& buffer);
     void place();
     void deliver(const AudioBuffer& buffer);
+    void convert(const AudioBuffer& buffer);
+    void keepStep();
+    void forgetDrift();
     void finishConverter();
     void fill(std::int64_t samples);
     void put(std::span<const float> mono);
@@ -82,6 +91,8 @@ private:
     bool saidUnavailable = false;
     std::optional<LaneTimeline> timeline;
     bool isPlaced = false;
+    std::int64_t owed = 0;            ///< samples that are missing, negative: too many, until a quiet moment
+    std::size_t quietLength = 0;      ///< samples without a voice up to now
     std::vector<CapturedBuffer> held; ///< until their place is known
     Duration heldLength{};
     std::vector<float> mono;

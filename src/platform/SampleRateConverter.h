@@ -9,13 +9,14 @@
 
 namespace tavrin {
 
-/// An input format that cannot be converted.
+/// An input format that cannot be converted, or a stream that cannot be converted any further.
 class SampleRateError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
 /// Turns a stream of interleaved float samples into one channel at another rate. Channels are averaged, so that what is
 /// in all of them keeps its level and nothing clips. Not thread-safe.
+/// Errors: convert() and finish() throw SampleRateError when the stream cannot go on; the converter is then used up.
 class SampleRateConverter {
 public:
     virtual ~SampleRateConverter() = default;
