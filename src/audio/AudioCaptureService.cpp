@@ -40,13 +40,21 @@ public:
 
     void take(const CapturedBuffer& buffer) { lane.add(buffer.view()); }
 
+    void startAccumulating() {
+        accumulatedPCM.clear();
+        isAccumulating = true;
+    }
+
+    void endAccumulating() {
+        if (isAccumulating) lane.finish();
+        isAccumulating = false;
+    }
+
+    std::vector<std::byte> takeAccumulated() { return std::exchange(accumulatedPCM, {}); }
+
     CallbackSlot<std::span<const std::byte>> onPCMChunk;
     CallbackSlot<float> onAudioLevel;
     CallbackSlot<> onCaptureLost; // called on main
-
-    // processingQueue
-    bool isAccumulating = false;
-    std::vector<std::byte> accumulatedPCM;
 
     const Dependencies use;
     PcmLane lane; // processingQueue
@@ -151,6 +159,10 @@ private:
         if (const auto handler = onCaptureLost.take()) handler();
     }
 
+    // processingQueue
+    bool isAccumulating = false;
+    std::vector<std::byte> accumulatedPCM;
+
     // engineQueue
     std::unique_ptr<AudioEngine> audioEngine;
     bool tapInstalled = false;
@@ -169,22 +181,33 @@ AudioCaptureService::~AudioCaptureService() {
 Task<void> AudioCaptureService::start(bool voiceProcessing) {
     expectCurrent(use.main);
     isOpen = true;
-    const bool inTime =
-        co_await race(runOn(use.engineQueue,
-                            [self = state, voiceProcessing](const std::stop_token&) { self->open(voiceProcessing); }),
-                      startLimit);
-    if (inTime) co_return;
-    use.engineQueue.post([self = state] { self->close(); });
+    const std::uint64_t ours = ++opens;
+    try {
+        const bool inTime = co_await race(
+            runOn(use.engineQueue,
+                  [self = state, voiceProcessing](const std::stop_token&) { self->open(voiceProcessing); }),
+            startLimit);
+        if (inTime) co_return;
+    } catch (const AudioEngineError& error) {
+        log.error("the microphone could not be opened: {}", error.what());
+        throw AudioCaptureError(AudioCaptureError::Reason::openingFailed);
+    }
+    // A later start has taken its place in the queue already.
+    if (opens == ours) use.engineQueue.post([self = state] { self->close(); });
     throw AudioCaptureError(AudioCaptureError::Reason::startTimedOut);
 }
 
 void AudioCaptureService::stop() {
     isOpen = false;
+    ++opens;
     state->onPCMChunk.clear();
     state->onAudioLevel.clear();
     state->onCaptureLost.clear();
     use.engineQueue.post([self = state] { self->close(); });
-    use.processingQueue.post([self = state] { self->lane.clear(); });
+    use.processingQueue.post([self = state] {
+        self->endAccumulating();
+        self->lane.clear();
+    });
 }
 
 void AudioCaptureService::setOrigin(std::optional<SteadyInstant> origin) {
@@ -192,13 +215,13 @@ void AudioCaptureService::setOrigin(std::optional<SteadyInstant> origin) {
 }
 
 void AudioCaptureService::startAccumulating() {
-    use.processingQueue.post([self = state] { self->isAccumulating = true; });
+    use.processingQueue.post([self = state] { self->startAccumulating(); });
 }
 
 Task<std::vector<std::byte>> AudioCaptureService::stopAccumulating() {
     co_return co_await runOn(use.processingQueue, [self = state](const std::stop_token&) {
-        self->isAccumulating = false;
-        return std::exchange(self->accumulatedPCM, {});
+        self->endAccumulating();
+        return self->takeAccumulated();
     });
 }
 

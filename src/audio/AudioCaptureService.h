@@ -8,6 +8,7 @@
 #include "support/async/Task.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -46,8 +47,8 @@ public:
     AudioCaptureService& operator=(const AudioCaptureService&) = delete;
     ~AudioCaptureService();
 
-    /// Opens the microphone, what ran before is torn down first; callbacks stay. Throws AudioCaptureError, and
-    /// AudioEngineError from the engine. Nothing stays open after a throw. A start whose caller was cancelled goes on
+    /// Opens the microphone, what ran before is torn down first; callbacks stay. Throws AudioCaptureError; what the
+    /// engine said is in the log. Nothing of it stays open after a throw. A start whose caller was cancelled goes on
     /// until stop().
     Task<void> start(bool voiceProcessing);
 
@@ -57,7 +58,8 @@ public:
     /// From the next buffer on the sound lies on a time line that begins at `origin`; absent: pieces just follow.
     void setOrigin(std::optional<SteadyInstant> origin);
 
-    /// Keeps all sound from now on, until stopAccumulating() hands it over: signed 16-bit little-endian samples.
+    /// Keeps all sound from now on, until stop() or stopAccumulating(), which hands it over, to the last sample: signed
+    /// 16-bit little-endian samples.
     void startAccumulating();
     Task<std::vector<std::byte>> stopAccumulating();
 
@@ -73,7 +75,9 @@ private:
 
     Dependencies use;
     std::shared_ptr<State> state; // shared with the work on the queues
-    bool isOpen = false;          // main executor
+    // main executor
+    bool isOpen = false;
+    std::uint64_t opens = 0; // counts starts and stops
 };
 
 } // namespace tavrin

@@ -1,5 +1,6 @@
 #include "audio/MixedAudioCaptureService.h"
 #include "audio/PcmFormat.h"
+#include "audio/PcmLane.h"
 #include "platform/fake/FakeAudioEngine.h"
 #include "platform/fake/FakeSampleRateConverter.h"
 #include "platform/fake/FakeSystemAudioTap.h"
@@ -80,6 +81,7 @@ protected:
     std::vector<std::string> notes;
     std::function<void(std::string)> note = [this](std::string line) { notes.push_back(std::move(line)); };
     Executor& engineQueue = time.addExecutor();
+    Executor& tapQueue = time.addExecutor();
     AudioCaptureService micCapture{{.main = time.main(),
                                     .processingQueue = time.addExecutor(),
                                     .engineQueue = engineQueue,
@@ -87,7 +89,7 @@ protected:
                                     .newConverter = FakeSampleRateConverter::factory(),
                                     .note = note}};
     SystemAudioCaptureService systemCapture{{.main = time.main(),
-                                             .tapQueue = time.addExecutor(),
+                                             .tapQueue = tapQueue,
                                              .ioQueue = time.addExecutor(),
                                              .tap = tap,
                                              .newConverter = FakeSampleRateConverter::factory(),
@@ -97,6 +99,7 @@ protected:
     std::vector<std::size_t> micChunks, systemChunks;
     std::optional<Started> started;
     std::string failure;
+    int timeouts = 0;
     TaskScope tasks{time.main()};
 };
 
@@ -174,6 +177,71 @@ TEST_F(CaptureTest, unplugged_microphone_comes_back_with_its_hole_filled) {
     EXPECT_THAT(notes, Contains(HasSubstr("capture_gap_filled lane=mic samples=")));
 }
 
+TEST_F(CaptureTest, remount_that_fails_loses_the_microphone_until_it_is_back) {
+    start();
+    play(1s, 0.1F, 0.1F);
+    std::vector<bool> told;
+    capture.onMicrophoneLost = [&](bool isLost) { told.push_back(isLost); };
+    std::vector<std::string> failures;
+    const auto remount = [&] {
+        tasks.spawn([&] -> Task<void> {
+            try {
+                co_await capture.remountMic();
+            } catch (const AudioCaptureError& error) {
+                failures.emplace_back(error.what());
+            }
+        });
+        time.runUntilIdle();
+    };
+    microphone.failNextStarts = {"alsa_input.usb: Timeout", "gone"};
+    remount();
+    EXPECT_THAT(failures, ElementsAre(HasSubstr("could not be opened")));
+    EXPECT_THAT(told, ElementsAre(true));
+    remount(); // it is looked for already
+    play(3s, std::nullopt, 0.1F);
+    EXPECT_FALSE(microphone.isHeard());
+    EXPECT_THAT(microphone.failNextStarts, IsEmpty());
+    play(2s, std::nullopt, 0.1F);
+    EXPECT_THAT(told, ElementsAre(true, false));
+    EXPECT_EQ(microphone.starts, 2);
+    play(2s, 0.9F, 0.9F);
+    EXPECT_NEAR(static_cast<double>(firstLoud(mic, 0.5F)), static_cast<double>(firstLoud(system, 0.5F)), 640);
+
+    remount();
+    capture.stop();
+    time.advance(10s);
+    EXPECT_FALSE(microphone.isHeard());
+    EXPECT_EQ(failures.size(), 1U);
+}
+
+TEST_F(CaptureTest, start_that_times_out_leaves_a_newer_one_alone) {
+    time.stall(engineQueue, 13s);
+    time.stall(tapQueue, 13s);
+    const auto open = [this] {
+        tasks.spawn([this] -> Task<void> {
+            try {
+                co_await micCapture.start(false);
+            } catch (const AudioCaptureError&) {
+                ++timeouts;
+            }
+        });
+        tasks.spawn([this] -> Task<void> {
+            try {
+                co_await systemCapture.start();
+            } catch (const SystemAudioCaptureError&) {
+                ++timeouts;
+            }
+        });
+    };
+    open();
+    time.advance(5s);
+    open();
+    time.advance(10s);
+    EXPECT_EQ(timeouts, 2);
+    EXPECT_TRUE(microphone.isHeard());
+    EXPECT_TRUE(tap.isOpen());
+}
+
 TEST_F(CaptureTest, tap_that_says_nothing_for_a_while_stays_on_the_time_line) {
     start();
     play(1s, 0.1F, 0.1F);
@@ -203,18 +271,155 @@ TEST_F(CaptureTest, long_silence_of_the_system_is_noted_once) {
     EXPECT_THAT(notes, Contains("system_tap_silence_ended afterWindows=6"));
     EXPECT_TRUE(log.contains("-> SILENCE (all-zero)"));
     EXPECT_TRUE(log.contains("-> SIGNAL"));
+    EXPECT_TRUE(log.contains("Tap mode: script"));
+    EXPECT_TRUE(log.contains("Excluding own process from tap: objectID="));
 }
 
 TEST_F(CaptureTest, accumulated_take_holds_what_was_said_between) {
     tasks.spawn([this] -> Task<void> { co_await micCapture.start(false); });
     time.runUntilIdle();
     play(1s, 0.1F, std::nullopt);
+    std::vector<float> take;
+    std::vector<std::size_t> sizes;
+    const auto stopAccumulating = [&] {
+        take.clear();
+        tasks.spawn([&] -> Task<void> { keep(take, sizes, co_await micCapture.stopAccumulating()); });
+        time.runUntilIdle();
+    };
+    for (int i = 0; i < 2; ++i) {
+        micCapture.startAccumulating();
+        play(1s, 0.5F, std::nullopt);
+        play(40ms, 0.75F, std::nullopt);
+        stopAccumulating();
+        EXPECT_EQ(take.size(), 16'640U + (i == 0 ? FakeSampleRateConverter::holdsBack : 0));
+        EXPECT_NEAR(take.back(), 0.75, 0.001);
+        EXPECT_NEAR(take[take.size() - 640], 0.75, 0.001);
+    }
     micCapture.startAccumulating();
     play(1s, 0.5F, std::nullopt);
-    std::vector<std::byte> take;
-    tasks.spawn([&] -> Task<void> { take = co_await micCapture.stopAccumulating(); });
-    time.runUntilIdle();
-    EXPECT_EQ(take.size(), 32'000U);
+    micCapture.stop(); // what was taken can still be fetched
+    stopAccumulating();
+    EXPECT_EQ(take.size(), 16'000U);
+    micCapture.startAccumulating();
+    play(1s, 0.5F, std::nullopt);
+    stopAccumulating();
+    EXPECT_THAT(take, IsEmpty());
+}
+
+/// One lane under a device whose clock differs: words of half a second, one every second and a half.
+struct DriftingLane {
+    explicit DriftingLane(double partsPerMillion) : rate(16'000 * (1 + partsPerMillion * 1e-6)) {}
+
+    /// Level of the sound at a time of our clock.
+    [[nodiscard]] float level(double at) const { return hasPauses && std::fmod(at, 1.5) >= 0.5 ? 0.0F : 0.5F; }
+
+    void play(int seconds) {
+        lane.setOrigin(start);
+        std::vector<float> piece(640);
+        for (std::int64_t frame = 0; static_cast<double>(frame) < seconds * rate;) {
+            for (float& sample : piece)
+                sample = level(static_cast<double>(frame++) / rate);
+            lateness = (lateness * 7'919 + 12'345) % 20'000; // us
+            const double end = static_cast<double>(frame) / rate;
+            lane.add({.format = {16'000, 1},
+                      .samples = piece,
+                      .end = start + std::chrono::nanoseconds(std::llround(end * 1e9)) +
+                             std::chrono::microseconds(lateness)});
+        }
+    }
+
+    void hear(std::span<const std::byte> pcm) {
+        for (std::size_t i = 1; i < pcm.size(); i += pcmBytesPerSample, ++heard) {
+            const bool isLoud = pcm[i] != std::byte{};
+            if (isLoud && !wasLoud)
+                farthest = std::max(farthest, std::abs(std::remainder(static_cast<double>(heard), 24'000)));
+            if (isLoud && !wasLoud) begin = heard;
+            if (!isLoud && wasLoud)
+                shortest = std::min(shortest, heard - begin), longest = std::max(longest, heard - begin);
+            wasLoud = isLoud;
+        }
+    }
+
+    double rate;
+    bool hasPauses = true;
+    SteadyInstant start{1h};
+    unsigned lateness = 0;
+    std::int64_t heard = 0, begin = 0, shortest = 1 << 30, longest = 0;
+    double farthest = 0; // of a word's begin from where the clock says
+    bool wasLoud = false;
+    CallbackSlot<std::span<const std::byte>> chunk{};
+    CallbackSlot<float> levels{};
+    std::vector<std::string> notes;
+    PcmLane lane{"mic",
+                 FakeSampleRateConverter::factory(),
+                 {chunk, levels, [this](auto pcm) { hear(pcm); }},
+                 [this](std::string line) { notes.push_back(std::move(line)); }};
+};
+
+TEST(PcmLane, a_device_with_another_clock_stays_on_the_time_line_with_its_words_whole) {
+    for (const double partsPerMillion : {-300, -100, 100, 300}) { // a third of a second in all
+        SCOPED_TRACE(partsPerMillion);
+        DriftingLane device(partsPerMillion);
+        device.play(std::abs(partsPerMillion) > 100 ? 1'200 : 3'600);
+        EXPECT_LE(device.farthest, 20 * 16); // so that two lanes are at most 40 ms apart
+        EXPECT_GE(device.shortest, 7'996);
+        EXPECT_LE(device.longest, 8'004);
+        if (partsPerMillion > 0)
+            EXPECT_THAT(device.notes, testing::Each(HasSubstr("capture_lead_removed lane=mic samples=2")));
+        EXPECT_EQ(device.notes.empty(), partsPerMillion < 0);
+    }
+}
+
+TEST(PcmLane, a_lead_grows_to_a_tenth_of_a_second_where_nobody_pauses) {
+    DriftingLane device(300);
+    device.hasPauses = false;
+    device.play(600);
+    const double lead = static_cast<double>(device.heard) - 600.0 * 16'000;
+    EXPECT_GT(lead, 0);
+    EXPECT_LE(lead, 1'600 + 640);
+}
+
+TEST(PcmLane, a_converter_that_fails_costs_silence_of_one_buffer_and_is_renewed) {
+    const LogCapture log;
+    DriftingLane device(0);
+    bool fails = false;
+    struct Failing final : SampleRateConverter {
+        explicit Failing(bool& now) : fails(now) {}
+        void convert(std::span<const float> frames, std::vector<float>& output) override {
+            if (fails) throw SampleRateError("no memory");
+            output.insert(output.end(), frames.begin(), frames.end());
+        }
+        void finish(std::vector<float>& /*output*/) override {
+            if (fails) throw SampleRateError("no memory");
+        }
+        bool& fails;
+    };
+    int made = 0;
+    std::vector<float> heard;
+    PcmLane lane(
+        "mic",
+        [&](double, std::size_t, double) {
+            ++made;
+            return std::make_unique<Failing>(fails);
+        },
+        {device.chunk, device.levels,
+         [&](auto pcm) {
+             heard.resize(heard.size() + pcm.size() / 2, pcm.size() > 1 && pcm[1] != std::byte{} ? 1 : 0);
+         }},
+        [](const std::string&) {});
+    lane.setOrigin(device.start);
+    const std::vector<float> piece(1'600, 0.5F);
+    for (int i = 1; i <= 20; ++i) {
+        fails = i == 10;
+        lane.add({.format = {16'000, 1}, .samples = piece, .end = device.start + i * 100ms});
+    }
+    fails = true;
+    lane.deviceChanged();
+    EXPECT_EQ(heard.size(), 32'000U);
+    EXPECT_EQ(std::ranges::count(heard, 0.0F), 1'600);
+    EXPECT_EQ(heard[9 * 1'600], 0.0F);
+    EXPECT_EQ(made, 2);
+    EXPECT_TRUE(log.contains("sound is lost: no memory"));
 }
 
 } // namespace

@@ -55,6 +55,21 @@ void MixedAudioCaptureService::stop() {
 }
 
 Task<void> MixedAudioCaptureService::remountMic() {
+    if (microphoneLost) co_return;
+    const std::uint64_t ours = take;
+    try {
+        co_await openMicrophone();
+    } catch (...) {
+        // What ran before is closed, and nothing watches any more.
+        if (take == ours) loseMicrophone();
+        throw;
+    }
+    if (take != ours) co_return;
+    search.cancel(); // the one before was lost meanwhile
+    setMicrophoneLost(false);
+}
+
+Task<void> MixedAudioCaptureService::openMicrophone() {
     const std::uint64_t ours = take;
     co_await micCapture.start(false);
     if (take == ours) armLostHandler();
@@ -66,18 +81,21 @@ void MixedAudioCaptureService::forwardLevels() {
 }
 
 void MixedAudioCaptureService::armLostHandler() {
-    micCapture.onCaptureLost([this] {
-        log.warning("microphone capture lost");
-        setMicrophoneLost(true);
-        tasks.spawn(lookForMicrophone());
-    });
+    micCapture.onCaptureLost([this] { loseMicrophone(); });
+}
+
+void MixedAudioCaptureService::loseMicrophone() {
+    if (microphoneLost) return;
+    log.warning("microphone capture lost");
+    search = tasks.spawn(lookForMicrophone());
+    setMicrophoneLost(true);
 }
 
 Task<void> MixedAudioCaptureService::lookForMicrophone() {
     while (true) {
         co_await sleepFor(remountPause);
         try {
-            co_await remountMic();
+            co_await openMicrophone();
             break;
         } catch (const std::runtime_error& error) {
             log.info("the microphone is not back: {}", error.what());

@@ -33,7 +33,8 @@ public:
     /// Ends the take; returns at once. No callback runs any more.
     void stop();
 
-    /// Opens the microphone anew within a take. Throws as start().
+    /// Opens the microphone anew within a take; does nothing while it is lost, as it is looked for then. Throws as
+    /// start(): the microphone is lost in that case.
     Task<void> remountMic();
 
     /// The tap runs in this take.
@@ -54,7 +55,9 @@ public:
 private:
     Task<bool> startSystem();
     void forwardLevels();
+    Task<void> openMicrophone();
     void armLostHandler();
+    void loseMicrophone();
     Task<void> lookForMicrophone();
     void setMicrophoneLost(bool isLost);
 
@@ -68,7 +71,8 @@ private:
     bool isSystemEnabled = false;
     bool microphoneLost = false;
     std::optional<std::string> systemStartError;
-    TaskScope tasks; // last: dies first
+    TaskHandle search; // for a lost microphone
+    TaskScope tasks;   // last: dies first
 };
 
 } // namespace tavrin

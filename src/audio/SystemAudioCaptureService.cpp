@@ -6,6 +6,8 @@
 #include "support/async/RunOn.h"
 #include "support/log/Log.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -129,13 +131,19 @@ private:
 
     void openTap() {
         const AudioDevice output = use.tap.defaultOutput();
+        log.info("DefaultOutputDevice: OSStatus=0 (noErr)");
         log.info("Default output device: id={} name={} uid={}", output.id, output.name, output.uid);
-        log.info("Tap mode: {} aggregateAnchorUID={}", use.tap.method(), output.uid);
         use.ioQueue.post([self = shared_from_this()] { self->lane.deviceChanged(); });
         const AudioFormat format = use.tap.start([weak = weak_from_this()](const AudioBuffer& buffer) {
             if (const auto self = weak.lock())
                 self->use.ioQueue.post([self, copy = CapturedBuffer(buffer)] { self->take(copy); });
         });
+        if (use.tap.excludesOwnSound())
+            log.info("Excluding own process from tap: objectID={}", ::getpid());
+        else
+            log.info("Own sound stays in the tap.");
+        log.info("Tap mode: {} aggregateAnchorUID={}", use.tap.method(), output.uid);
+        log.info("DeviceStart: OSStatus=0 (noErr)");
         log.info("Tap format: sampleRate={}Hz channels={} bitsPerChannel=32", format.sampleRate, format.channels);
         expectConvertible(format);
     }
@@ -183,15 +191,18 @@ SystemAudioCaptureService::~SystemAudioCaptureService() {
 Task<void> SystemAudioCaptureService::start() {
     expectCurrent(use.main);
     isOpen = true;
+    const std::uint64_t ours = ++opens;
     const bool inTime =
         co_await race(runOn(use.tapQueue, [self = state](const std::stop_token&) { self->open(); }), startLimit);
     if (inTime) co_return;
-    use.tapQueue.post([self = state] { self->close(); });
+    // A later start has taken its place in the queue already.
+    if (opens == ours) use.tapQueue.post([self = state] { self->close(); });
     throw SystemAudioCaptureError(Reason::deviceStartFailed, ETIMEDOUT);
 }
 
 void SystemAudioCaptureService::stop() {
     isOpen = false;
+    ++opens;
     state->onPCMChunk.clear();
     state->onAudioLevel.clear();
     use.tapQueue.post([self = state] { self->close(); });

@@ -8,6 +8,7 @@
 #include "support/async/Task.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -63,7 +64,9 @@ private:
 
     Dependencies use;
     std::shared_ptr<State> state; // shared with the work on the queues
-    bool isOpen = false;          // main executor
+    // main executor
+    bool isOpen = false;
+    std::uint64_t opens = 0; // counts starts and stops
 };
 
 } // namespace tavrin

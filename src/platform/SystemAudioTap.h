@@ -24,7 +24,7 @@ public:
     int status;
 };
 
-/// Records everything that the computer plays but our own sound.
+/// Records everything that the computer plays, where it can without our own sound.
 ///
 /// A running tap mends itself: after a change of the default output, a restart or a hang of the sound server, sound
 /// comes again with the first buffer marked as following a gap. While nothing plays it may give silence or nothing.
@@ -43,6 +43,9 @@ public:
     [[nodiscard]] virtual AudioDevice defaultOutput() const = 0;
     /// How the tap gets at the sound, for the log: "links of all playback streams", "monitor of <uid>".
     [[nodiscard]] virtual std::string method() const = 0;
+
+    /// Whether our own sound is left out, as it runs now; also for the log.
+    [[nodiscard]] virtual bool excludesOwnSound() const = 0;
 
     /// Opens the tap; buffers come until stop(). Gives the format of the first ones. Throws SystemAudioTapError.
     virtual AudioFormat start(Callback callback) = 0;

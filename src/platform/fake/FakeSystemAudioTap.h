@@ -14,6 +14,8 @@ public:
     AudioFormat format{48'000, 2};
     bool available = true;
     std::optional<SystemAudioTapError> failStart;
+    /// Called inside each start.
+    std::function<void()> onStart;
     std::vector<AudioDevice> speakers{{.id = 1, .uid = "speaker", .name = "Speaker"}};
 
     /// Plays a piece that ends at `end`; nothing hears it while the tap is closed.
@@ -33,8 +35,10 @@ public:
         if (speakers.empty()) throw SystemAudioTapError(SystemAudioTapError::Step::defaultOutput, -1, "no speaker");
         return speakers.front();
     }
-    [[nodiscard]] std::string method() const override { return "script"; }
+    [[nodiscard]] std::string method() const override { return isOpen() ? "script" : "unknown yet"; }
+    [[nodiscard]] bool excludesOwnSound() const override { return isOpen(); }
     AudioFormat start(Callback newCallback) override {
+        if (onStart) onStart();
         if (failStart) throw *failStart;
         const std::scoped_lock lock(mutex);
         callback = std::move(newCallback);

@@ -22,6 +22,7 @@ public:
     [[nodiscard]] std::vector<AudioDevice> outputs() const override;
     [[nodiscard]] AudioDevice defaultOutput() const override;
     [[nodiscard]] std::string method() const override;
+    [[nodiscard]] bool excludesOwnSound() const override { return hasLinks; }
     AudioFormat start(Callback callback) override;
     void stop() override;
 
