@@ -6,10 +6,8 @@
 #include "dictation/text/RestartedSpeech.h"
 #include "dictation/text/SelfCorrection.h"
 #include "dictation/text/SpokenFormatting.h"
+#include "dictation/text/WordLists.h"
 #include "support/text/Unicode.h"
-
-#include <algorithm>
-#include <span>
 
 namespace tavrin {
 
@@ -25,10 +23,6 @@ constexpr std::string_view loneWords[] = {
     "to",     "of",   "you",         "yeah", "okay",      "ok",       ".",         "click",    "clicks",
     "key",    "tap",  "bang",        "burp", "whistling", "cheering", "screaming", "applause", "music",
 };
-
-bool isOneOf(std::string_view text, std::span<const std::string_view> list) {
-    return std::ranges::find(list, text) != list.end();
-}
 
 std::string withoutRepeats(std::string_view text) {
     return dropAdjacentDuplicateWords(dropRepeatedTail(collapseAdjacentPhrases(collapseRestarts(text))));

@@ -12,8 +12,7 @@
 namespace tavrin {
 
 /// What was dictated. With `cleanUpSpeech` the speaker's own corrections, hesitations at the beginning and spoken
-/// layout
-/// ("new paragraph") are carried out as well; without it only what the model did wrong is put right.
+/// layout ("new paragraph") are carried out as well; without it only what the model did wrong is put right.
 std::string cleanDictation(std::string_view text, bool cleanUpSpeech);
 
 /// A line of a meeting. Empty as well for a line that is only a noise in words ("mouse click") or one small word.

@@ -2,6 +2,7 @@
 
 #include "dictation/text/EchoAlignment.h"
 #include "dictation/text/EditDistance.h"
+#include "dictation/text/WordLists.h"
 #include "support/text/Unicode.h"
 
 #include <algorithm>
@@ -42,10 +43,6 @@ Forms referenceForms(std::string_view text) {
     Forms forms = formsOf(text);
     forms.erase(forms.begin(), forms.end() - static_cast<std::ptrdiff_t>(std::min(forms.size(), mostReferenceWords)));
     return forms;
-}
-
-double share(std::size_t part, std::size_t whole) {
-    return static_cast<double>(part) / static_cast<double>(whole);
 }
 
 bool holdsWhole(const Forms& reference, const Forms& candidate) {

@@ -10,12 +10,10 @@ namespace tavrin {
 
 namespace {
 
-constexpr std::size_t mostCharactersMore = 3;
-
 /// `shorter` and `longer` composed, `shorter` the one with fewer bytes.
 bool isCutOf(std::string_view shorter, std::string_view longer) {
     if (shorter.empty() || !longer.starts_with(shorter) || !isCharacterBoundary(longer, shorter.size())) return false;
-    return characterCount(longer.substr(shorter.size())) <= mostCharactersMore;
+    return characterCount(longer.substr(shorter.size())) <= LooseWords::mostCharactersMore;
 }
 
 } // namespace
@@ -61,7 +59,7 @@ void LooseWords::link() {
     for (Id id = 0; id < forms.size(); ++id) {
         matches[id].push_back(id);
         std::string_view stem = forms[id];
-        for (std::size_t cut = 0; cut < mostCut; ++cut) {
+        for (std::size_t cut = 0; cut < mostCharactersMore; ++cut) {
             stem.remove_suffix(lastCharacters(stem, 1).size());
             if (stem.empty()) break;
             const auto found = idOfForm.find(stem);

@@ -23,6 +23,8 @@ class LooseWords final {
 public:
     /// Equal for words whose normal forms are equal by canonical equivalence.
     using Id = std::uint32_t;
+    /// By so much may one of two words that match be longer.
+    static constexpr std::size_t mostCharactersMore = 3;
     /// The number of the empty form, which words of punctuation alone have.
     static constexpr Id emptyForm = 0;
 
@@ -45,7 +47,6 @@ public:
     std::size_t firstMatchOf(Id id) const { return firstMatches[id]; }
 
 private:
-    static constexpr std::size_t mostCut = 3;
     static constexpr Id none = std::numeric_limits<Id>::max();
 
     void number(std::span<const std::string_view> words);
@@ -58,7 +59,7 @@ private:
     std::vector<Id> wordIds;
     // by id
     std::vector<std::string> forms;
-    std::vector<std::array<Id, mostCut>> stems; // what is left without the last one, two, three characters
+    std::vector<std::array<Id, mostCharactersMore>> stems; // what is left without the last one, two, three characters
     std::vector<std::vector<Id>> matches;
     std::vector<std::vector<std::size_t>> positions;
     std::vector<std::size_t> firstMatches;

@@ -1,5 +1,6 @@
 #include "dictation/text/Salutations.h"
 
+#include "dictation/text/WordLists.h"
 #include "support/text/Unicode.h"
 
 #include <algorithm>
@@ -31,10 +32,6 @@ struct Break {
     std::size_t begin = 0, end = 0;
     std::string line;
 };
-
-bool isOneOf(std::string_view word, std::span<const std::string_view> list) {
-    return std::ranges::find(list, word) != list.end();
-}
 
 std::string keyOf(std::string_view word) {
     const std::string lower = lowercased(word);

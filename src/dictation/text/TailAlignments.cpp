@@ -1,5 +1,6 @@
 #include "dictation/text/TailAlignments.h"
 
+#include "dictation/text/WordLists.h"
 #include "support/text/Unicode.h"
 
 #include <algorithm>
@@ -8,14 +9,9 @@ namespace tavrin {
 
 namespace {
 
-constexpr std::size_t fewestWords = 8;        // that can be asked for
-constexpr std::size_t wordsOfLongRest = 12;   // so many prove a repeat whatever the word before them
-constexpr std::size_t mostCharactersMore = 3; // of a seam word
+constexpr std::size_t fewestWords = 8;      // that can be asked for
+constexpr std::size_t wordsOfLongRest = 12; // so many prove a repeat whatever the word before them
 constexpr double partialLikeness = 0.9;
-
-double share(std::size_t part, std::size_t whole) {
-    return static_cast<double>(part) / static_cast<double>(whole);
-}
 
 } // namespace
 
@@ -113,7 +109,7 @@ bool TailAlignments::partialRepeat() const {
 
 /// Every short word begins with a word of punctuation alone.
 bool TailAlignments::isSeam(Id word, Id lastOfHead) const {
-    if (lastOfHead == LooseWords::emptyForm) return characterCount(words.form(word)) <= mostCharactersMore;
+    if (lastOfHead == LooseWords::emptyForm) return characterCount(words.form(word)) <= LooseWords::mostCharactersMore;
     return words.match(word, lastOfHead);
 }
 
