@@ -12,11 +12,15 @@ namespace {
 
 constexpr std::size_t remembered = 3'000; // steps
 constexpr std::int64_t earliest = -10, latest = 25;
-constexpr std::size_t fewestSteps = 25;
-/// Below the loudest step by this much, all is silence: rooms hiss.
-constexpr float range = 30;       // dB
-constexpr float silence = -60;    // dB of full scale
-constexpr double leastSpread = 3; // dB, standard deviation
+/// What lies so far below the loudest step is a room's hiss, or a gap that the room fills.
+constexpr float heardRange = 20, saidRange = 30; // dB
+constexpr float silence = -60;                   // dB of full scale
+/// Even a dry room lets a sound die away no faster: what it fills is no sound of one's own.
+constexpr float decay = 4;              // dB a step
+constexpr std::size_t mostOwnSteps = 5; // beside the other side's sound
+constexpr double leastSpread = 1.5;     // dB, standard deviation
+/// Levels of speech that are closer than so many steps depend on one another.
+constexpr double stepsOfOne = 5;
 
 float levelOf(double sumOfSquares) {
     return static_cast<float>(10 * std::log10((sumOfSquares / EchoReference::step) + 1e-9));
@@ -33,12 +37,8 @@ std::vector<float> levelsOf(std::span<const float> samples) {
     return levels;
 }
 
-std::vector<double> withoutFloor(std::span<const float> levels) {
-    const float floor = std::max(silence, std::ranges::max(levels) - range);
-    std::vector<double> result(levels.begin(), levels.end());
-    for (double& level : result)
-        level = std::max(level, static_cast<double>(floor));
-    return result;
+float floorOf(std::span<const float> levels, float range) {
+    return std::max(silence, std::ranges::max(levels) - range);
 }
 
 /// Takes the mean away; gives the standard deviation.
@@ -54,15 +54,34 @@ double center(std::vector<double>& values) {
     return std::sqrt(squares / static_cast<double>(values.size()));
 }
 
-/// Pearson's.
-double correlation(std::span<const float> a, std::span<const float> b) {
-    std::vector<double> one = withoutFloor(a), other = withoutFloor(b);
+/// Pearson's, less one standard error after Fisher (1915): a few steps are alike by chance.
+double sureCorrelation(std::vector<double>& one, std::vector<double>& other) {
+    const double independent = (static_cast<double>(one.size()) / stepsOfOne) - 3;
+    if (independent <= 0) return 0;
     const double spread = center(one), otherSpread = center(other);
     if (spread < leastSpread || otherSpread < leastSpread) return 0;
     double sum = 0;
     for (std::size_t i = 0; i < one.size(); ++i)
         sum += one[i] * other[i];
-    return sum / (spread * otherSpread * static_cast<double>(one.size()));
+    const double correlation = sum / (spread * otherSpread * static_cast<double>(one.size()));
+    return std::tanh(std::atanh(std::min(correlation, 0.9999)) - (1 / std::sqrt(independent)));
+}
+
+/// Over the steps where both can be heard: that both fall silent at about one time says nothing.
+double likenessOf(std::span<const float> heard, std::span<const float> said) {
+    const float heardFloor = floorOf(heard, heardRange), saidFloor = floorOf(said, saidRange);
+    std::vector<double> one, other;
+    std::size_t ownSteps = 0;
+    for (std::size_t i = 0; i < heard.size(); ++i) {
+        if (heard[i] <= heardFloor) continue;
+        if (said[i] > saidFloor) {
+            one.push_back(heard[i]);
+            other.push_back(said[i]);
+        } else if (++ownSteps > mostOwnSteps) {
+            return 0;
+        }
+    }
+    return sureCorrelation(one, other);
 }
 
 } // namespace
@@ -73,7 +92,8 @@ void EchoReference::append(std::span<const std::byte> pcm) {
     for (const float sample : samples) {
         sumOfStep += static_cast<double>(sample) * sample;
         if (++samplesOfStep < step) continue;
-        levels.push_back(levelOf(sumOfStep));
+        const float before = levels.empty() ? silence : levels.back();
+        levels.push_back(std::max(levelOf(sumOfStep), before - decay));
         sumOfStep = 0;
         samplesOfStep = 0;
     }
@@ -85,7 +105,7 @@ void EchoReference::append(std::span<const std::byte> pcm) {
 
 double EchoReference::likeness(std::span<const float> samples, std::int64_t first) const {
     const std::vector<float> heard = levelsOf(samples);
-    if (heard.size() < fewestSteps) return 0;
+    if (heard.empty()) return 0;
     double best = 0;
     const std::scoped_lock lock(mutex);
     for (std::int64_t delay = earliest; delay <= latest; ++delay) {
@@ -93,14 +113,13 @@ double EchoReference::likeness(std::span<const float> samples, std::int64_t firs
         const auto end = begin + static_cast<std::int64_t>(heard.size());
         if (begin < 0 || end > static_cast<std::int64_t>(levels.size())) continue;
         const std::vector<float> said(levels.begin() + begin, levels.begin() + end);
-        best = std::max(best, correlation(heard, said));
+        best = std::max(best, likenessOf(heard, said));
     }
     return best;
 }
 
-bool EchoReference::isEcho(const SpeechChunk& chunk, std::int64_t shift) const {
-    const std::int64_t first = chunk.endSample - static_cast<std::int64_t>(chunk.samples.size());
-    return likeness(chunk.samples, first + shift) >= sureLikeness;
+double EchoReference::likeness(const SpeechChunk& chunk, std::int64_t shift) const {
+    return likeness(chunk.samples, chunk.endSample - static_cast<std::int64_t>(chunk.samples.size()) + shift);
 }
 
 } // namespace tavrin

@@ -18,19 +18,26 @@ class EchoReference final {
 public:
     static constexpr std::size_t step = 320; // samples
     /// From here on a sound is an echo and nothing else.
-    static constexpr double sureLikeness = 0.8;
+    static constexpr double sureLikeness = 0.7;
+    /// From here on it may be one: words that the other side said at that very time are no words of the user's.
+    static constexpr double someLikeness = 0.5;
 
     /// The lane's next signed 16-bit little-endian samples, from its sample 0 on.
     void append(std::span<const std::byte> pcm);
 
-    /// How well the levels of `samples`, whose first is the sample `first` of the same time line, follow those of the
-    /// other side: their correlation, with the delay from -0.2 to 0.5 s that suits best. 1 is the same, 0 is nothing in
-    /// common; 0 as well where the other side was silent, or the sound is shorter than half a second.
+    /// How surely the levels of `samples`, whose first is the sample `first` of the same time line, follow those of the
+    /// other side where both can be heard, with the delay from -0.2 to 0.5 s that suits best: their correlation, less
+    /// what chance may do in so few steps. 1 is the same, 0 is nothing in common; 0 as well where more than a tenth of
+    /// a second sounds while the other side is silent, or only 0.3 s or less sound with it.
     [[nodiscard]] double likeness(std::span<const float> samples, std::int64_t first) const;
 
-    /// Whether a chunk of the microphone is an echo and nothing else. `shift` is where the microphone's lane begins, in
-    /// samples behind the beginning of the other side's.
-    [[nodiscard]] bool isEcho(const SpeechChunk& chunk, std::int64_t shift = 0) const;
+    /// The same for a chunk of the microphone. `shift` is where its lane begins, in samples behind the beginning of the
+    /// other side's.
+    [[nodiscard]] double likeness(const SpeechChunk& chunk, std::int64_t shift) const;
+    /// Whether the chunk is an echo and nothing else.
+    [[nodiscard]] bool isEcho(const SpeechChunk& chunk, std::int64_t shift = 0) const {
+        return likeness(chunk, shift) >= sureLikeness;
+    }
 
 private:
     mutable std::mutex mutex;
