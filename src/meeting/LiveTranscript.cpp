@@ -3,10 +3,12 @@
 #include "dictation/text/DictationTextCleanup.h"
 #include "dictation/text/EchoGuard.h"
 #include "support/async/RunOn.h"
+#include "support/text/Unicode.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
-#include <map>
 #include <utility>
 
 namespace tavrin {
@@ -16,12 +18,19 @@ namespace {
 /// Keeps lines of one date in the order in which they came.
 constexpr Duration orderStep = std::chrono::milliseconds(1);
 
-/// Puts the last line where its date belongs, behind those of the same date.
+/// By date; lines of one date as they came.
+void sortLines(std::vector<TranscriptSegment>& lines) {
+    std::ranges::sort(lines, {}, [](const TranscriptSegment& line) { return std::pair(line.date, line.id); });
+}
+
+/// Puts the last line where its date belongs, behind those of the same date; all of them, if they came without.
 void settleLast(std::vector<TranscriptSegment>& lines) {
+    const auto earlier = [](const TranscriptSegment& a, const TranscriptSegment& b) { return a.date < b.date; };
     const auto last = std::prev(lines.end());
-    const auto place = std::upper_bound(lines.begin(), last, last->date,
-                                        [](Date date, const TranscriptSegment& line) { return date < line.date; });
-    std::rotate(place, last, lines.end());
+    if (std::is_sorted(lines.begin(), last, earlier))
+        std::rotate(std::upper_bound(lines.begin(), last, *last, earlier), last, lines.end());
+    else
+        sortLines(lines);
 }
 
 /// A text that differs from the one that stands in a line.
@@ -31,12 +40,14 @@ struct Correction {
     std::string after;
 };
 
-std::vector<Correction> correctionsOf(const std::vector<TranscriptSegment>& lines, const VocabularyCorrector& corrector,
+std::vector<Correction> correctionsOf(const std::vector<TranscriptSegment>& lines,
+                                      const std::map<SegmentId, HeardText>& heard, const VocabularyCorrector& corrector,
                                       const std::stop_token& stop) {
     std::vector<Correction> result;
     for (const TranscriptSegment& line : lines) {
         if (stop.stop_requested()) return {};
-        std::string text = corrector.corrected(line.text);
+        const HeardText& origin = heard.at(line.id);
+        std::string text = corrector.corrected(origin.text, origin.isCorrected);
         if (text != line.text) result.push_back({line.id, line.text, std::move(text)});
     }
     return result;
@@ -62,8 +73,15 @@ LiveTranscript::LiveTranscript(Dependencies dependencies, SessionState& publishe
 
 void LiveTranscript::addSegment(NewLine line) {
     expectCurrent(use.main);
+    HeardText origin{.text = cleanMeetingSegment(line.text)};
+    const auto corrector = use.vocabulary ? use.vocabulary() : nullptr;
     TranscriptSegment segment;
-    segment.text = finalText(line);
+    segment.text = corrector ? corrector->corrected(origin.text) : origin.text;
+    if (mayBeEcho(line) && !segment.text.empty()) {
+        std::string own = withoutEcho(segment.text, line.date);
+        if (own != segment.text) origin = {.text = own, .isCorrected = true};
+        segment.text = std::move(own);
+    }
     if (segment.text.empty()) return;
     ++nextSegmentOrder;
     segment.speakerLabel = std::move(line.speakerLabel);
@@ -71,23 +89,16 @@ void LiveTranscript::addSegment(NewLine line) {
     segment.themSpeakerIndex = line.themSpeakerIndex;
     segment.meSpeakerIndex = line.meSpeakerIndex;
     segment.id = nextId++;
+    heard.emplace(segment.id, std::move(origin));
     put(std::move(segment), line.sortAfterInsert);
 }
 
-std::string LiveTranscript::finalText(const NewLine& line) const {
-    if (line.text.empty()) return {};
-    std::string text = cleanMeetingSegment(line.text);
-    const auto corrector = use.vocabulary ? use.vocabulary() : nullptr;
-    if (corrector && !text.empty()) text = corrector->corrected(text);
-    if (text.empty() || !line.applyEchoGuard || line.speakerLabel != meLabel || !mayHearTheOtherSide()) return text;
-    return withoutEcho(std::move(text), line.date);
+bool LiveTranscript::mayBeEcho(const NewLine& line) const {
+    const bool mayHearTheOtherSide = *state.systemAudioActive || (meeting.isDraining && meeting.hadSystemAudio);
+    return line.applyEchoGuard && line.speakerLabel == meLabel && mayHearTheOtherSide;
 }
 
-bool LiveTranscript::mayHearTheOtherSide() const {
-    return *state.systemAudioActive || (meeting.isDraining && meeting.hadSystemAudio);
-}
-
-std::string LiveTranscript::withoutEcho(std::string text, Date date) const {
+std::string LiveTranscript::withoutEcho(const std::string& text, Date date) const {
     std::string reference;
     for (const TranscriptSegment& line : *state.segments) {
         if (isMeLine(line) || std::chrono::abs(line.date - date) > echoWindow) continue;
@@ -95,7 +106,11 @@ std::string LiveTranscript::withoutEcho(std::string text, Date date) const {
         reference += line.text;
     }
     if (reference.empty() || !isLikelyEcho(text, reference)) return text;
-    return stripEchoedWords(text, reference).value_or(std::string());
+    std::string own = stripEchoedWords(text, reference).value_or(std::string());
+    if (own != text)
+        note(fmt::format("live_echo_{} label=Me reason=words words={} kept={}", own.empty() ? "dropped" : "cut",
+                         words(text).size(), words(own).size()));
+    return own;
 }
 
 void LiveTranscript::put(TranscriptSegment segment, bool sortAfterInsert) {
@@ -114,8 +129,8 @@ Task<void> LiveTranscript::applyVocabulary() {
     const auto corrector = use.vocabulary ? use.vocabulary() : nullptr;
     if (!corrector || state.segments->empty()) co_return;
     const auto found =
-        co_await runOn(use.background, [lines = *state.segments, corrector](const std::stop_token& stop) {
-            return correctionsOf(lines, *corrector, stop);
+        co_await runOn(use.background, [lines = *state.segments, origins = heard, corrector](const auto& stop) {
+            return correctionsOf(lines, origins, *corrector, stop);
         });
     if (found.empty()) co_return;
     state.segments.edit([&](std::vector<TranscriptSegment>& lines) { enter(found, lines); });
@@ -124,15 +139,19 @@ Task<void> LiveTranscript::applyVocabulary() {
 
 void LiveTranscript::clear() {
     state.segments = {};
+    heard.clear();
     nextSegmentOrder = 0;
 }
 
 void LiveTranscript::restore(const std::vector<PersistedTranscriptSegment>& lines) {
     std::vector<TranscriptSegment> segments;
     segments.reserve(lines.size());
-    for (const PersistedTranscriptSegment& line : lines)
+    heard.clear();
+    for (const PersistedTranscriptSegment& line : lines) {
+        heard.emplace(nextId, HeardText{.text = line.text, .isCorrected = true});
         segments.push_back({line, nextId++});
-    std::ranges::sort(segments, {}, [](const TranscriptSegment& line) { return std::pair(line.date, line.id); });
+    }
+    sortLines(segments);
     nextSegmentOrder = static_cast<std::int64_t>(segments.size());
     state.segments = std::move(segments);
 }

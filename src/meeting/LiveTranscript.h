@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -28,6 +29,12 @@ struct NewLine {
     bool sortAfterInsert = true;
 };
 
+/// What a line is corrected from.
+struct HeardText {
+    std::string text;
+    bool isCorrected = false; ///< by rules that are not known any more
+};
+
 /// The one way into the transcript: what is heard is cleaned, corrected by the user's vocabulary and freed of echo,
 /// and stands as an ordered line on screen and on disk.
 ///
@@ -43,6 +50,8 @@ public:
         std::function<std::shared_ptr<const VocabularyCorrector>()> vocabulary{};
         /// Told of all lines whenever one was put in its place: who speaks is counted from them. May be empty.
         std::function<void(std::span<const TranscriptSegment>)> recountSpeakers{};
+        /// Writes a line into the meeting's diagnostics; it holds no words. May be empty.
+        std::function<void(std::string)> note{};
     };
 
     /// Lines of the other side so far before or after a line may be what its microphone heard.
@@ -53,7 +62,9 @@ public:
     /// Adds a line where its date puts it. A text that is noise, echo or nothing adds none.
     void addSegment(NewLine line);
 
-    /// Corrects the lines that stand by the vocabulary as it is now; those that come meanwhile come corrected.
+    /// Corrects the lines that stand by the vocabulary as it is now, from what they said before any correction; those
+    /// that come meanwhile come corrected. A line of an earlier run, or one that lost an echo, says already what the
+    /// corrections of then made of it: only what they did not make is corrected.
     Task<void> applyVocabulary();
 
     void clear();
@@ -71,14 +82,16 @@ public:
     [[nodiscard]] bool hasThemResults() const { return themResultChain.isActive(); }
     void cancelThemResults();
 
+    void note(std::string line) const {
+        if (use.note) use.note(std::move(line));
+    }
+
     /// Whether a result of that generation and meeting may still enter.
     [[nodiscard]] bool isValid(std::uint64_t generation, const std::optional<std::string>& meetingID) const;
 
 private:
-    /// What of a line's text stands; empty if nothing does.
-    [[nodiscard]] std::string finalText(const NewLine& line) const;
-    [[nodiscard]] std::string withoutEcho(std::string text, Date date) const;
-    [[nodiscard]] bool mayHearTheOtherSide() const;
+    [[nodiscard]] bool mayBeEcho(const NewLine& line) const;
+    [[nodiscard]] std::string withoutEcho(const std::string& text, Date date) const;
     void put(TranscriptSegment segment, bool sortAfterInsert);
 
     const Dependencies use;
@@ -86,6 +99,7 @@ private:
     OpenMeeting& meeting;
     std::int64_t nextSegmentOrder = 0;
     SegmentId nextId = 1;
+    std::map<SegmentId, HeardText> heard; // of each line that stands
     TaskHandle themResultChain;
     TaskScope tasks; // last: dies first
 };

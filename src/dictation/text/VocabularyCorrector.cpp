@@ -53,8 +53,9 @@ class VocabularyCorrector::FoldedText final {
 public:
     explicit FoldedText(std::string_view source) : text(source) { appendFolded(text, 0, folded, origins); }
 
-    void apply(const Rule& rule) {
-        const auto matches = matchesOf(rule);
+    void apply(const Rule& rule, bool isCorrected) {
+        auto matches = matchesOf(rule);
+        if (isCorrected) std::erase_if(matches, [&](ByteRange match) { return liesIn(rule.correct, match); });
         if (!matches.empty()) replace(matches, rule.correct);
     }
 
@@ -76,6 +77,11 @@ private:
             folded += caseFolded(source.substr(special, position - special));
             origins.resize(folded.size(), shift + special);
         }
+    }
+
+    [[nodiscard]] bool liesIn(std::string_view correct, ByteRange match) const {
+        const std::size_t first = match.end - std::min(match.end, correct.size());
+        return correct.size() >= match.size() && text.find(correct, first) <= match.begin;
     }
 
     [[nodiscard]] std::vector<ByteRange> matchesOf(const Rule& rule) const {
@@ -168,11 +174,11 @@ VocabularyCorrector::VocabularyCorrector(std::span<const VocabularyCorrection> c
     }
 }
 
-std::string VocabularyCorrector::corrected(std::string_view text) const {
+std::string VocabularyCorrector::corrected(std::string_view text, bool isCorrected) const {
     if (!mayChange(text)) return std::string(text);
     FoldedText work(text);
     for (const Rule& rule : rules)
-        work.apply(rule);
+        work.apply(rule, isCorrected);
     return std::move(work).take();
 }
 

@@ -17,7 +17,9 @@ class VocabularyCorrector final {
 public:
     explicit VocabularyCorrector(std::span<const VocabularyCorrection> corrections);
 
-    [[nodiscard]] std::string corrected(std::string_view text) const;
+    /// With `isCorrected` a variant stays where it is part of its own wanted form, which an earlier correction may have
+    /// put there.
+    [[nodiscard]] std::string corrected(std::string_view text, bool isCorrected = false) const;
 
 private:
     struct Rule {
