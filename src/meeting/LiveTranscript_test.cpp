@@ -30,6 +30,12 @@ protected:
                                .date = Date(second),
                                .applyEchoGuard = std::string_view(label) == "Me"});
     }
+    void correct(const std::string& heard, const std::string& correct) {
+        vocabulary = correcting(heard, correct);
+        TaskScope tasks{time.main()};
+        tasks.spawn(transcript.applyVocabulary());
+        time.runUntilIdle();
+    }
     [[nodiscard]] std::vector<std::string> lines() const {
         std::vector<std::string> result;
         for (const TranscriptSegment& line : *state.segments)
@@ -42,10 +48,12 @@ protected:
     OpenMeeting meeting;
     std::shared_ptr<const VocabularyCorrector> vocabulary;
     std::size_t recounted = 0;
+    std::vector<std::string> notes;
     LiveTranscript transcript{{.main = time.main(),
                                .background = time.addExecutor(),
                                .vocabulary = [this] { return vocabulary; },
-                               .recountSpeakers = [this](auto all) { recounted = all.size(); }},
+                               .recountSpeakers = [this](auto all) { recounted = all.size(); },
+                               .note = [this](std::string line) { notes.push_back(std::move(line)); }},
                               state,
                               meeting};
 };
@@ -94,21 +102,60 @@ TEST_F(LiveTranscriptTest, new_correction_mends_what_stands) {
     EXPECT_THAT(lines(), ElementsAre("Them: Halden wants it", "Me: who is that", "Them: Mister Halden himself"));
 }
 
+TEST_F(LiveTranscriptTest, a_changed_correction_mends_what_the_former_one_made) {
+    state.systemAudioActive = true;
+    say("Them", "Holden wants it", 1);
+    say("Them", longSpeech, 2);
+    correct("Holden", "Haldne");
+    say("Them", "so Holden wants it", 3);
+    say("Me", std::string(longSpeech) + " and I told Holden yesterday", 4);
+    EXPECT_EQ(lines().back(), "Me: and I told Haldne yesterday") << "the echo was cut";
+    correct("Holden", "Halden");
+    EXPECT_THAT(lines(), ElementsAre("Them: Halden wants it", testing::_, "Them: so Halden wants it",
+                                     "Me: and I told Haldne yesterday"));
+    correct("Haldne", "Holden Foods");
+    correct("Holden", "Holden Foods");
+    correct("Holden", "Holden Foods");
+    EXPECT_THAT(lines(), ElementsAre("Them: Holden Foods wants it", testing::_, "Them: so Holden Foods wants it",
+                                     "Me: and I told Haldne yesterday"));
+}
+
+TEST_F(LiveTranscriptTest, a_restored_line_is_not_corrected_twice) {
+    transcript.restore({{.speakerLabel = "Me", .text = "Halden Foods, or Halden", .date = Date(1)}});
+    for (int i = 0; i < 2; ++i) {
+        correct("halden", "Halden Foods");
+        EXPECT_THAT(lines(), ElementsAre("Me: Halden Foods, or Halden Foods"));
+    }
+    correct("halden", "Haldane");
+    EXPECT_THAT(lines(), ElementsAre("Me: Haldane Foods, or Haldane"));
+}
+
+TEST_F(LiveTranscriptTest, lines_that_came_without_order_are_ordered_with_the_next) {
+    for (const double second : {5, 3, 4})
+        transcript.addSegment({.text = "a line", .speakerLabel = "Me", .date = Date(second), .sortAfterInsert = false});
+    say("Them", "the next", 1);
+    EXPECT_TRUE(std::ranges::is_sorted(*state.segments, {}, &TranscriptSegment::date));
+}
+
 TEST_F(LiveTranscriptTest, my_lines_wait_for_words_of_the_same_time_but_not_for_ever) {
     bool mayFollow = true;
     MeLines wait(time.main(), transcript, [&](Date) { return mayFollow; });
     const auto mine = [&](const std::string& text) {
-        wait.add({.from = Date(98), .to = Date(100), .text = text}, meeting.transcriptWorkGeneration, {});
+        wait.add({.from = Date(98), .to = Date(100), .text = text, .date = Date(100.5), .samples = 40'000},
+                 meeting.transcriptWorkGeneration, {});
     };
     state.systemAudioActive = true;
     mine(longSpeech);
     mine("now that is good news");
     time.advance(7s);
     EXPECT_THAT(lines(), IsEmpty());
+    EXPECT_EQ(wait.heldSamples(), 80'000);
     say("Them", longSpeech, 100.1);
     mayFollow = false;
     time.advance(100ms);
-    EXPECT_THAT(lines(), ElementsAre("Me: now that is good news", std::string("Them: ") + longSpeech));
+    EXPECT_EQ(wait.heldSamples(), 0);
+    EXPECT_THAT(lines(), ElementsAre(std::string("Them: ") + longSpeech, "Me: now that is good news"));
+    EXPECT_THAT(notes, ElementsAre("live_echo_dropped label=Me reason=words words=9 kept=0"));
 
     mayFollow = true;
     mine("so we can begin on Friday");
@@ -122,23 +169,36 @@ TEST_F(LiveTranscriptTest, my_lines_wait_for_words_of_the_same_time_but_not_for_
     EXPECT_EQ(lines().size(), 3U);
 }
 
+/// As a lane gives it: cut off half a second after the speech.
+SpokenStretch said(double from, double to, const char* text, double likeness = 0) {
+    const auto speech = static_cast<std::size_t>((to - from) * 16'000);
+    const SpeechChunk chunk{
+        .samples = std::vector<float>(speech + 8'000), .date = Date(to + 0.5), .trailingSilence = 8'000};
+    return spoken(chunk, text, likeness);
+}
+
 TEST_F(LiveTranscriptTest, line_is_dropped_if_the_other_side_said_it_at_that_very_time) {
     MeLines mine(time.main(), transcript, [](Date) { return false; });
-    mine.themSaid({.from = Date(95), .to = Date(98), .text = "The labels have to be"});
-    mine.themSaid({.from = Date(98), .to = Date(101), .text = "fixed by Monday noon."});
+    mine.themSaid(said(95, 98, "The labels have to be"));
+    mine.themSaid(said(98, 101, "fixed by Monday noon."));
     struct Case {
         double from, to;
         const char* text;
+        double likeness;
         bool stays;
     };
-    for (const Case& c :
-         {Case{99, 100.8, "Monday noon", false}, Case{99, 101.4, "Monday, noon!", false},
-          Case{96.5, 99.5, "be fixed by", false}, Case{99, 100.8, "Tuesday noon", true},
-          Case{100.8, 102.5, "Monday noon", true}, Case{93, 95, "the labels", true},
-          Case{99, 100.8, "Monday noon is fine with me", true}, Case{99, 100.8, "fixed by Mandy noon", false}}) {
+    for (const Case& c : {Case{99, 100.8, "Monday noon", 0.6, false}, Case{99, 101.4, "Monday, noon!", 0.9, false},
+                          Case{96.5, 99.5, "be fixed by", 0.9, false}, Case{99, 100.8, "Tuesday noon", 0.9, true},
+                          Case{101.2, 102.2, "Monday noon", 0.9, true}, Case{93, 95, "the labels", 0.9, true},
+                          Case{99, 100.8, "Monday noon is fine with me", 0.9, true},
+                          Case{99, 100.8, "fixed by Mandy noon", 0.9, false}, //
+                          Case{101.1, 101.5, "Monday.", 0, true},             // an answer at once
+                          Case{100.6, 101.2, "Monday noon.", 0.4, true}}) {   // over the end of the question
         transcript.clear();
-        mine.add({.from = Date(c.from), .to = Date(c.to), .text = c.text}, meeting.transcriptWorkGeneration, {});
+        notes.clear();
+        mine.add(said(c.from, c.to, c.text, c.likeness), meeting.transcriptWorkGeneration, {});
         EXPECT_EQ(lines().size(), c.stays ? 1U : 0U) << c.text << " until " << c.to;
+        EXPECT_EQ(notes.size(), c.stays ? 0U : 1U);
     }
 }
 
@@ -160,9 +220,11 @@ TEST(LiveTranscriptOfAMeeting, corrections_reach_screen_and_disk_and_survive_a_c
     world->start();
     world->play(2s, 0.2F, 0.0F);
     world->play(800ms, 0.0F, 0.0F);
-    world->vocabulary = correcting("Holden", "Halden");
-    world->session.vocabularyChanged();
-    world->time.runUntilIdle();
+    for (const char* typed : {"Haldne", "Halden"}) { // a slip first
+        world->vocabulary = correcting("Holden", typed);
+        world->session.vocabularyChanged();
+        world->time.runUntilIdle();
+    }
     EXPECT_THAT(world->texts(), ElementsAre("Me: we met Halden today"));
     world->play(2s, 0.0F, 0.0F);
     world = std::make_unique<World>(disk);

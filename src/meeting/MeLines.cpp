@@ -2,6 +2,7 @@
 
 #include "audio/PcmFormat.h"
 #include "dictation/text/EchoGuard.h"
+#include "meeting/EchoReference.h"
 #include "support/async/Sleep.h"
 
 #include <algorithm>
@@ -21,10 +22,17 @@ bool isDuring(const SpokenStretch& mine, const SpokenStretch& theirs) {
 
 } // namespace
 
-SpokenStretch spoken(const SpeechChunk& chunk, std::string text) {
-    const auto length = std::chrono::duration<double>(static_cast<double>(chunk.samples.size()) / pcmSampleRate);
-    return {
-        .from = chunk.date - std::chrono::duration_cast<Duration>(length), .to = chunk.date, .text = std::move(text)};
+SpokenStretch spoken(const SpeechChunk& chunk, std::string text, double likeness) {
+    const auto before = [&](std::size_t samples) {
+        const std::chrono::duration<double> length(static_cast<double>(samples) / pcmSampleRate);
+        return chunk.date - std::chrono::duration_cast<Duration>(length);
+    };
+    return {.from = before(chunk.samples.size()),
+            .to = before(chunk.trailingSilence),
+            .text = std::move(text),
+            .date = chunk.date,
+            .samples = static_cast<std::int64_t>(chunk.samples.size()),
+            .likeness = likeness};
 }
 
 MeLines::MeLines(Executor& main, LiveTranscript& liveTranscript, MayFollow wordsMayFollow)
@@ -59,18 +67,27 @@ Task<void> MeLines::watch() {
 void MeLines::enterFirst() {
     Held first = std::move(held.front());
     held.pop_front();
-    if (!transcript.isValid(first.generation, first.meetingID) || isEchoOfThatTime(first.heard)) return;
+    if (!transcript.isValid(first.generation, first.meetingID)) return;
+    if (isEchoOfThatTime(first.heard)) return transcript.note("live_echo_dropped label=Me reason=time");
     transcript.addSegment({.text = std::move(first.heard.text),
                            .speakerLabel = std::string(meLabel),
-                           .date = first.heard.to,
+                           .date = first.heard.date,
                            .applyEchoGuard = true});
 }
 
 bool MeLines::isEchoOfThatTime(const SpokenStretch& mine) const {
+    if (mine.likeness < EchoReference::someLikeness) return false;
     std::string theirs;
     for (const SpokenStretch& stretch : others)
         if (isDuring(mine, stretch)) theirs += ' ' + stretch.text;
     return isHeardIn(mine.text, theirs);
+}
+
+std::int64_t MeLines::heldSamples() const {
+    std::int64_t samples = 0;
+    for (const Held& each : held)
+        samples += each.heard.samples;
+    return samples;
 }
 
 void MeLines::release() {

@@ -17,17 +17,21 @@ struct SpokenStretch {
     Date from;
     Date to;
     std::string text;
+    Date date{};              ///< of the line that they make
+    std::int64_t samples = 0; ///< of the lane, silence behind the speech among them
+    double likeness = 0;      ///< to the other side's sound, see EchoReference
 };
 
-/// The text of a chunk with the time in which its sound was heard.
-SpokenStretch spoken(const SpeechChunk& chunk, std::string text);
+/// The text of a chunk with the time in which it was said; `likeness` matters for the microphone's only.
+SpokenStretch spoken(const SpeechChunk& chunk, std::string text, double likeness = 0);
 
 /// The microphone's lines on their way into the transcript, where the microphone may hear the loudspeaker.
 ///
 /// A line waits while the other side's words of the same time are still to come, so that the echo test has something
 /// to compare it with; where nobody else speaks it passes at once. Lines leave in the order in which they came, at the
 /// latest after `longestWait`; one that is no longer valid by then is dropped. What the other side said at that very
-/// time is dropped as well: the echo test of all lines needs four words, and most of them recognised alike.
+/// time is dropped as well, if its sound may be theirs: the echo test of all lines needs four words, and most of them
+/// recognised alike. A short answer with a word of the question stays.
 /// Thread: main executor only. Lifetime: the transcript outlives it.
 class MeLines final {
 public:
@@ -41,12 +45,14 @@ public:
 
     MeLines(Executor& main, LiveTranscript& transcript, MayFollow mayFollow);
 
-    /// A line whose sound lies between the two dates; its label and date are given here.
+    /// A line whose speech lies between the two dates; its label is given here.
     void add(SpokenStretch heard, std::uint64_t generation, std::optional<std::string> meetingID);
     /// What the other side said.
     void themSaid(SpokenStretch heard);
     /// Nothing is waited for any more: what is held enters now.
     void release();
+    /// Of lines that wait: they are on no screen and no disk yet.
+    [[nodiscard]] std::int64_t heldSamples() const;
 
 private:
     struct Held {

@@ -72,7 +72,7 @@ LiveLanes::Lane::Callbacks LiveLanes::callbacks(std::string_view label) {
     Lane::Callbacks hooks;
     hooks.onResult = [this, label](std::string text, const SpeechChunk& chunk) {
         if (label == meLabel) {
-            meLines.add(spoken(chunk, std::move(text)), 0, {});
+            meLines.add(spoken(chunk, std::move(text), reference.likeness(chunk, 0)), 0, {});
         } else {
             meLines.themSaid(spoken(chunk, text));
             transcript.enqueueThemResult(
