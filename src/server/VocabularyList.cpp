@@ -71,13 +71,14 @@ void VocabularyList::addCorrection(std::vector<std::string> variants, std::strin
     save(std::move(list));
 }
 
-void VocabularyList::updateCorrection(std::string_view id, std::vector<std::string> variants, std::string correct) {
+bool VocabularyList::updateCorrection(std::string_view id, std::vector<std::string> variants, std::string correct) {
     Corrections list = loadVocabularyCorrections();
     const auto found = std::ranges::find(list, id, &VocabularyCorrection::id);
-    if (found == list.end()) return;
+    if (found == list.end()) return false;
     found->variants = std::move(variants);
     found->correct = std::move(correct);
     save(std::move(list));
+    return true;
 }
 
 void VocabularyList::deleteCorrection(std::string_view id) {

@@ -31,8 +31,8 @@ public:
 
     /// An entry with a fresh id at the end.
     void addCorrection(std::vector<std::string> variants, std::string correct);
-    /// Keeps id and place. Nothing happens if the entry has gone.
-    void updateCorrection(std::string_view id, std::vector<std::string> variants, std::string correct);
+    /// Keeps id and place. False if the entry has gone: then nothing happens.
+    bool updateCorrection(std::string_view id, std::vector<std::string> variants, std::string correct);
     void deleteCorrection(std::string_view id);
 
     /// The rules of the list as it is; the same object until the list changes. To be used on any thread.

@@ -150,7 +150,8 @@ std::optional<KnownCorrection> TranscriptPane::known(const QString& phrase) cons
     return lookup ? lookup(phrase) : std::nullopt;
 }
 
-void TranscriptPane::editPhrase(const QString& phrase) {
+/// The link stays at the word that the form is about.
+void TranscriptPane::editPhrase(const QString& phrase, const TextRange& place) {
     if (!panel) {
         panel = new Popover(theme, *window(), *form, VocabularyCorrectionEditor::width);
         connect(panel, &Popover::dismissed, this, [this] {
@@ -158,6 +159,7 @@ void TranscriptPane::editPhrase(const QString& phrase) {
         });
     }
     if (panel->isOpen() && form->isChanged()) return form->startWriting();
+    shown->setLinked(place);
     const auto entry = known(phrase);
     editedId = entry ? entry->id : QString();
     form->edit(entry ? entry->heardText : phrase, entry ? entry->correctText : QString(), entry.has_value());

@@ -48,8 +48,6 @@ public:
     void zoomBy(int direction);
     void setCorrectionLookup(CorrectionLookup find) { lookup = std::move(find); }
     [[nodiscard]] std::optional<KnownCorrection> known(const QString& phrase) const;
-    /// Opens the editor beside the linked phrase. Told by the view; public for pictures.
-    void editPhrase(const QString& phrase);
     [[nodiscard]] VocabularyCorrectionEditor& editor() const { return *form; }
     [[nodiscard]] Popover* popover() const { return panel; }
 
@@ -71,6 +69,7 @@ private:
     void show(int match);
     void searchLines(const TranscriptLines::Change& change);
     void endSearch();
+    void editPhrase(const QString& phrase, const TextRange& place);
     void saveCorrection(const QString& heardText, const QString& correctText);
     void closeEditor();
     void followPhrase();

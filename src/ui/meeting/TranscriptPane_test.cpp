@@ -110,6 +110,10 @@ TEST_F(TranscriptPaneTest, a_correction_is_saved_by_enter_once_both_fields_are_f
     type(QStringLiteral(" Halden Foods "));
     mouseEvent(*view().viewport(), QEvent::MouseButtonPress, QPoint(600, 400));
     EXPECT_TRUE(pane.popover()->isOpen()) << "what was typed is not lost by a click";
+    const QRect place = view().linkedPlace();
+    choose(2);
+    EXPECT_EQ(view().linkedPlace(), place) << "the form is still about the first word";
+    EXPECT_EQ(pane.editor().correctText(), QStringLiteral("Halden Foods"));
     key(Qt::Key_Return);
     EXPECT_FALSE(pane.popover()->isOpen());
     EXPECT_EQ(saved, QStringList{QStringLiteral("Holden>Halden Foods")});

@@ -44,8 +44,9 @@ void TranscriptPresenter::joinCorrections() {
     });
     connect(&pane, &TranscriptPane::correctionChanged, this,
             [&vocabulary](const QString& id, const QString& heard, const QString& correct) {
-                vocabulary.updateCorrection(id.toStdString(), parseVariants(heard.toStdString()),
-                                            correct.toStdString());
+                auto variants = parseVariants(heard.toStdString());
+                if (!vocabulary.updateCorrection(id.toStdString(), variants, correct.toStdString()))
+                    vocabulary.addCorrection(std::move(variants), correct.toStdString()); // it went meanwhile
             });
     connect(&pane, &TranscriptPane::correctionDeleted, this,
             [&vocabulary](const QString& id) { vocabulary.deleteCorrection(id.toStdString()); });

@@ -48,6 +48,8 @@ TEST_F(TranscriptPresenterTest, corrections_made_in_the_transcript_are_the_users
     EXPECT_EQ(vocabulary.corrector()->corrected("holden, halten"), "Holdena, halten");
     emit screen->pane.correctionDeleted(id);
     EXPECT_FALSE(screen->pane.known("Holden"));
+    emit screen->pane.correctionChanged(id, "Holden", "Halden");
+    EXPECT_TRUE(screen->pane.known("Holden")) << "it went while its form was open";
 }
 
 TEST_F(TranscriptPresenterTest, size_of_type_and_place_of_the_window_come_back) {

@@ -366,14 +366,18 @@ QRect TranscriptView::linkedPlace() {
     return viewport()->rect().intersects(place) ? place : QRect();
 }
 
-void TranscriptView::choosePhrase() {
+std::optional<TextRange> TranscriptView::phrase() const {
     const auto selected = selection();
-    const auto phrase = selected ? phraseIn(lines, *selected) : cursor;
-    if (!phrase) return;
-    setLinked(phrase);
-    reveal(*phrase);
-    const int from = phrase->from.character;
-    emit phraseChosen(lines.at(phrase->from.line).text.mid(from, phrase->to.character - from));
+    const auto& range = selected ? selected : cursor;
+    return range ? phraseIn(lines, *range) : std::nullopt;
+}
+
+void TranscriptView::choosePhrase() {
+    const auto chosen = phrase();
+    if (!chosen) return;
+    reveal(*chosen);
+    const int from = chosen->from.character;
+    emit phraseChosen(lines.at(chosen->from.line).text.mid(from, chosen->to.character - from), *chosen);
 }
 
 void TranscriptView::showMatch(int current) {

@@ -63,7 +63,9 @@ public:
     void setLinked(const std::optional<TextRange>& range);
     /// Where the linked phrase stands in the viewport; empty where it is out of sight or gone.
     [[nodiscard]] QRect linkedPlace();
-    /// Tells the selected phrase, or the word at the cursor.
+    /// What can be corrected: the selected phrase, or the word at the cursor.
+    [[nodiscard]] std::optional<TextRange> phrase() const;
+    /// Tells it.
     void choosePhrase();
 
     /// Where the widest line may end, in the viewport.
@@ -73,7 +75,7 @@ public:
 
 signals:
     /// The user wants to correct this.
-    void phraseChosen(const QString& phrase);
+    void phraseChosen(const QString& phrase, const TextRange& place);
     /// What is below the mouse or the word is shown elsewhere now.
     void moved();
     /// The user wants larger (1), smaller (-1) or the usual (0) type.

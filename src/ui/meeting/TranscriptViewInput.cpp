@@ -239,7 +239,7 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent* event) {
 void TranscriptView::fillMenu(QMenu& menu) {
     const auto selected = selection();
     QAction* fix = menu.addAction(tr("Fix a misheard phrase…"), this, &TranscriptView::choosePhrase);
-    fix->setEnabled(selected ? phraseIn(lines, *selected).has_value() : cursor.has_value());
+    fix->setEnabled(phrase().has_value());
     menu.addSeparator();
     menu.addAction(tr("Copy"), this, &TranscriptView::copy)->setEnabled(selected.has_value());
     menu.addAction(tr("Copy transcript"), this, &TranscriptView::copyAll)->setEnabled(!lines.empty());

@@ -88,6 +88,7 @@ std::optional<TextRange> phraseIn(const TranscriptLines& lines, const TextRange&
     while (to > from && !belongs(to - 1))
         --to;
     if (from == to || to - from > longestPhrase) return std::nullopt;
+    if (QStringView(text).mid(from, to - from).contains(QLatin1Char(','))) return std::nullopt;
     return TextRange{{range.from.line, from}, {range.from.line, to}};
 }
 

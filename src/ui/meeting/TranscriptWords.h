@@ -16,8 +16,8 @@ std::optional<TextRange> wordFrom(const TranscriptLines& lines, TextPlace place)
 /// The last word that ends at a place or before it, in this line or an earlier one.
 std::optional<TextRange> wordBefore(const TranscriptLines& lines, TextPlace place);
 
-/// A range without the blanks and marks at its ends, if it lies in one line and is short enough for a phrase that was
-/// misheard.
+/// A range without the blanks and marks at its ends, if it lies in one line, is short enough for a phrase that was
+/// misheard, and holds no comma, which would part it into two.
 std::optional<TextRange> phraseIn(const TranscriptLines& lines, const TextRange& range);
 
 } // namespace tavrin

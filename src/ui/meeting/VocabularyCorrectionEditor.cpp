@@ -43,7 +43,6 @@ VocabularyCorrectionEditor::VocabularyCorrectionEditor(const Theme& shown, QWidg
     setTabOrder(&correct->edit(), keep);
     setTabOrder(keep, cancel);
     setTabOrder(cancel, remove);
-    setExample(tr("Catrine More, Kathryn Moor"), tr("Katrin Mohr"));
     for (LineField* field : {heard, correct})
         connect(&field->edit(), &QLineEdit::textChanged, this, &VocabularyCorrectionEditor::check);
     connect(keep, &Button::clicked, this, &VocabularyCorrectionEditor::save);

@@ -87,6 +87,27 @@ TEST_F(SettingsTest, search_leaves_rows_that_say_all_its_words) {
     EXPECT_TRUE(isShown("Lindqvist"));
 }
 
+TEST_F(SettingsTest, what_was_typed_of_a_correction_is_not_lost) {
+    page.show(sample());
+    QStringList saved;
+    QObject::connect(&page, &SettingsPage::correctionSaveRequested,
+                     [&](const QString& id, const QString& heard, const QString& correct) {
+                         saved += id + QLatin1Char(' ') + heard + QLatin1Char('>') + correct;
+                     });
+    click(button("Edit the correction to Northline"));
+    type(field("What it should be"), QStringLiteral("Northline Ltd"));
+    const QString heard = field("What was heard").text();
+    for (const char* other : {"Add correction…", "Edit the correction to Halden Foods"}) {
+        click(button(other));
+        EXPECT_EQ(field("What it should be").text(), QStringLiteral("Northline Ltd")) << other;
+    }
+    SettingsState gone = sample();
+    gone.corrections.pop_back();
+    page.show(gone);
+    click(button("Save"));
+    EXPECT_EQ(saved, QStringList(QLatin1Char(' ') + heard + QStringLiteral(">Northline Ltd"))) << "a new one";
+}
+
 TEST_F(SettingsTest, a_tab_ends_a_search_and_brings_its_section_to_the_top) {
     page.show(sample());
     type(field("Search settings"), QStringLiteral("token"));

@@ -142,6 +142,7 @@ void VocabularySection::startEditing(std::size_t place) {
 
 void VocabularySection::openEditor(const SettingsState::Correction& correction, const QWidget& beside) {
     if (!editor) makeEditor();
+    if (popover->isOpen() && editor->isChanged()) return editor->startWriting();
     edited = QString::fromStdString(correction.id);
     editor->setExample(exampleHeard, exampleCorrect);
     editor->edit(QString::fromStdString(correction.heard), QString::fromStdString(correction.correct),
@@ -159,7 +160,9 @@ void VocabularySection::makeEditor() {
     });
     connect(editor, &VocabularyCorrectionEditor::saveRequested, this, [this](const QString& heard, const QString& to) {
         popover->close();
-        emit correctionSaveRequested(edited, heard, to);
+        const bool stands =
+            std::ranges::find(shown, edited.toStdString(), &SettingsState::Correction::id) != shown.end();
+        emit correctionSaveRequested(stands ? edited : QString(), heard, to);
     });
     connect(editor, &VocabularyCorrectionEditor::deleteRequested, this, [this] {
         popover->close();
