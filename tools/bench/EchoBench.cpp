@@ -17,11 +17,13 @@ namespace tavrin {
 
 namespace {
 
-constexpr double delay = 0.060;                            // s
-constexpr std::array<double, 4> leaks{-100, -20, -12, -6}; // dB; the first is none
-constexpr double judgedLeak = -12;                         // dB
-constexpr std::array<double, 3> pauses{0.3, 1.2, 0.6};     // s between two turns
+constexpr double delay = 0.060;                             // s
+constexpr std::array<double, 4> leaks{-100, -20, -12, -6};  // dB; the first is none
+constexpr double judgedLeak = -12;                          // dB
+constexpr std::array<double, 3> pauses{0.3, 1.2, 0.6};      // s between two turns
+constexpr std::array<double, 4> replies{0, 0.2, -0.2, 0.1}; // s behind the other side's last sound
 constexpr double leastSeconds = 300;
+constexpr float heardFrom = 0.02F; // amplitude
 
 struct Lane {
     std::vector<float> samples;
@@ -32,6 +34,17 @@ struct Talk {
     Lane them;
 };
 
+bool isHeard(float sample) {
+    return std::abs(sample) >= heardFrom;
+}
+
+/// Up to the last sample that is heard.
+std::size_t lengthOfSound(std::span<const float> samples) {
+    while (!samples.empty() && !isHeard(samples.back()))
+        samples = samples.first(samples.size() - 1);
+    return samples.size();
+}
+
 void say(Lane& lane, Lane& other, const SpokenClip& clip, double pause) {
     lane.samples.insert(lane.samples.end(), clip.samples.begin(), clip.samples.end());
     lane.words += " " + clip.words;
@@ -39,15 +52,44 @@ void say(Lane& lane, Lane& other, const SpokenClip& clip, double pause) {
     other.samples.resize(lane.samples.size());
 }
 
-/// Two people by turns, with short and long pauses. Nobody says what the other one says.
+/// One word each, named WORD-VOICE.wav, without the silence around it.
+std::vector<SpokenClip> shortAnswers(const std::filesystem::path& folder) {
+    std::vector<SpokenClip> answers;
+    for (const auto& file : std::filesystem::directory_iterator(folder)) {
+        const std::string name = file.path().stem();
+        answers.push_back({.name = name, .samples = soundOf(file.path()), .words = name.substr(0, name.find('-'))});
+        auto& samples = answers.back().samples;
+        samples.resize(lengthOfSound(samples));
+        samples.erase(samples.begin(), std::ranges::find_if(samples, isHeard));
+    }
+    std::ranges::sort(answers, {}, &SpokenClip::name);
+    return answers;
+}
+
+/// The user answers so long after the other side has ended, or before it.
+void answer(Talk& talk, const SpokenClip& word, double after) {
+    const auto end = static_cast<std::ptrdiff_t>(lengthOfSound(talk.them.samples));
+    const auto begin = static_cast<std::size_t>(end + std::lround(after * speechSampleRate));
+    auto& mine = talk.me.samples;
+    mine.resize(std::max(mine.size(), begin + word.samples.size() + speechSampleRate));
+    std::ranges::copy(word.samples, mine.begin() + static_cast<std::ptrdiff_t>(begin));
+    talk.me.words += " " + word.words;
+    talk.them.samples.resize(mine.size());
+}
+
+/// Two people by turns, with short and long pauses; the user answers each turn of the other side with a word at once.
+/// Else nobody says what the other one says.
 Talk talkOf(const LaneMaterial& material) {
     const auto sentences = numberedClips(material.speech / "clean", material.sentences);
     const auto recorded = recordedClips(material.speech / "human");
+    const auto answers = shortAnswers(material.speech / "words");
     Talk talk;
     std::size_t turn = 0;
     const auto exchange = [&](const SpokenClip& mine, const SpokenClip& theirs) {
         say(talk.me, talk.them, mine, pauses[turn++ % pauses.size()]);
-        say(talk.them, talk.me, theirs, pauses[turn++ % pauses.size()]);
+        say(talk.them, talk.me, theirs, pauses[turn % pauses.size()]);
+        answer(talk, answers[turn / 2 % answers.size()], replies[turn / 2 % replies.size()]);
+        ++turn;
     };
     const std::size_t half = sentences.size() / 2;
     for (std::size_t i = 0; i < half + recorded.size() + half; ++i) {
@@ -93,13 +135,14 @@ void measureEcho(const LaneMaterial& material, Report& report) {
     report.heading("The other side's sound in the microphone, 60 ms late, in a talk of " + decimal(seconds, 0) + " s");
     if (seconds < leastSeconds) report.remark("the material is shorter than five minutes");
     Table table({"leak", "lines of Me", "not Me's", "word errors of Me", "own words lost"});
-    std::string withoutLeak;
+    LiveLanes alone(chunkTranscriber(models));
+    alone.play(talk.me.samples, {});
+    const std::string undisturbed = textOf(alone.lines(), meLabel);
     for (const double leak : leaks) {
         LiveLanes lanes(chunkTranscriber(models));
         lanes.play(microphone(talk, leak), talk.them.samples);
         const std::string heard = textOf(lanes.lines(), meLabel);
-        if (withoutLeak.empty()) withoutLeak = heard;
-        const std::size_t all = comparableWords(withoutLeak).size(), lost = lostWords(withoutLeak, heard);
+        const std::size_t all = comparableWords(undisturbed).size(), lost = lostWords(undisturbed, heard);
         const std::size_t foreign = foreignLines(lanes.lines(), talk);
         const auto mine = std::ranges::count_if(lanes.lines(), isMeLine);
         table.add({leak > -100 ? decimal(leak, 0) + " dB" : "none", std::to_string(mine), std::to_string(foreign),
