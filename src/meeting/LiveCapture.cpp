@@ -264,23 +264,23 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::meLaneProcessor() {
     use.diagnostics.log(std::string("live_attach engineMe=") + engineWord(engine.which) +
                         " engineThem=small.en-dedicated meOffset=" + std::to_string(pcmBaseSampleOffset.me) +
                         " themOffset=" + std::to_string(pcmBaseSampleOffset.them));
+    const std::int64_t shift = pcmBaseSampleOffset.me - pcmBaseSampleOffset.them;
     WhisperStreamProcessor::Callbacks hooks;
     hooks.onTranscriptionStarted = [this] { state.interimPartial = std::string(messages::transcribing); };
     hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
-    hooks.onResult = [this, generation = meeting.transcriptWorkGeneration,
-                      id = meeting.meetingID](std::string text, const SpeechChunk& chunk) {
+    hooks.onResult = [this, generation = meeting.transcriptWorkGeneration, id = meeting.meetingID,
+                      reference = echoReference, shift](std::string text, const SpeechChunk& chunk) {
         if (!transcript.isValid(generation, id)) return false;
         noteResult(text, "Me", chunk);
         state.interimPartial = "";
-        meLines.add(spoken(chunk, std::move(text)), generation, id);
+        meLines.add(spoken(chunk, std::move(text), reference->likeness(chunk, shift)), generation, id);
         refreshBacklog();
         return true;
     };
     auto dependencies = laneDependencies(use.meLane, std::move(engine.transcribe));
-    dependencies.isEcho = [&diagnostics = use.diagnostics, reference = echoReference,
-                           shift = pcmBaseSampleOffset.me - pcmBaseSampleOffset.them](const SpeechChunk& chunk) {
+    dependencies.isEcho = [&diagnostics = use.diagnostics, reference = echoReference, shift](const SpeechChunk& chunk) {
         const bool isEcho = reference->isEcho(chunk, shift);
-        if (isEcho) diagnostics.log("live_echo_dropped label=Me");
+        if (isEcho) diagnostics.log("live_echo_dropped label=Me reason=sound");
         return isEcho;
     };
     return std::make_unique<WhisperStreamProcessor>(meLaneSettings(engine.which), std::move(dependencies),

@@ -45,8 +45,11 @@ bool isBlank(std::string_view text) {
 
 TranscriptionSession::TranscriptionSession(Dependencies dependencies)
     : state(dependencies.capture.main), use(std::move(dependencies)),
-      transcript({.main = use.capture.main, .background = use.background, .vocabulary = use.vocabulary}, state,
-                 meeting),
+      transcript({.main = use.capture.main,
+                  .background = use.background,
+                  .vocabulary = use.vocabulary,
+                  .note = [&to = use.capture.diagnostics](std::string line) { to.log(std::move(line)); }},
+                 state, meeting),
       capture(use.capture, state, meeting, transcript), tasks(use.capture.main) {}
 
 TranscriptionSession::~TranscriptionSession() = default;
