@@ -34,7 +34,8 @@ def faults_of(file: str, build: str, entry: dict, memory: Path) -> str:
     if run.returncode == 0:
         stamp.touch()
         return ""
-    return run.stdout or run.stderr
+    found = [line for line in run.stdout.splitlines() if ": error: " in line or ": warning: " in line]
+    return "\n".join(found) or run.stdout or run.stderr
 
 
 def main() -> int:

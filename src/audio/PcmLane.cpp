@@ -16,9 +16,9 @@ namespace {
 constexpr Logger log{"AudioCapture"};
 
 /// A hole longer than this is a fault of some clock, not lost sound.
-constexpr std::int64_t longestFill = 6 * 3'600 * pcmSampleRate;
-/// Far below the level at which a lane takes sound for a voice, and longer than the stops within words.
-constexpr double quietLevel = 0.002;
+constexpr std::int64_t longestFill = pcmSampleRate * 6 * 3'600;
+/// Below the level at which either lane takes sound for a voice, and longer than the stops within words.
+constexpr double quietLevel = 0.0035;
 constexpr std::size_t quietPause = pcmSampleRate / 5;
 
 double samplesOf(const AudioBuffer& buffer) {

@@ -38,7 +38,7 @@ std::vector<float> CutMender::begin(const SpeechChunk& chunk) {
 }
 
 std::string CutMender::end(const SpeechChunk& chunk, const std::vector<float>& samples, const ChunkText& heard) {
-    const std::string before = std::exchange(held, {});
+    std::string before = std::exchange(held, {});
     if (trimmed(heard.text).empty()) {
         if (!before.empty()) lastText = before;
         return before;

@@ -349,7 +349,7 @@ EndedLanes LiveCapture::end() {
 
 LaneCounts LiveCapture::transcribedSamples() const {
     LaneCounts counts = pcmBaseSampleOffset;
-    if (meProcessor) counts.me += meProcessor->completedSampleCount();
+    if (meProcessor) counts.me += meProcessor->completedSampleCount() - meLines.heldSamples();
     if (themProcessor) counts.them += themProcessor->completedSampleCount();
     return counts;
 }

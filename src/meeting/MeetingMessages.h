@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,10 @@ inline constexpr std::string_view cannotSave =
     "This recording can’t be saved right now: the disk is full or not writable. Up to a minute is kept in memory and "
     "saved as soon as there is room.";
 
+inline std::string soundLost(double seconds) {
+    return "The disk took nothing for too long: " + std::to_string(std::lround(std::ceil(seconds))) +
+           " s of sound are missing from this recording.";
+}
 inline constexpr std::string_view noArchive =
     "This meeting’s sound can’t be saved: its folder can’t be made. The live transcript goes on.";
 

@@ -132,15 +132,24 @@ void TranscriptionSession::openMeeting() {
 
 std::shared_ptr<TranscriptPersistence> TranscriptionSession::openPersistence(const std::string& meetingID) {
     try {
-        return std::make_shared<TranscriptPersistence>(
-            use.applicationSupport, meetingID, use.capture.main, use.storage, [this, meetingID](bool cannotSave) {
-                if (meeting.meetingID == meetingID)
-                    state.saveNotice = cannotSave ? std::optional<std::string>(messages::cannotSave) : std::nullopt;
-            });
+        return std::make_shared<TranscriptPersistence>(use.applicationSupport, meetingID, use.capture.main, use.storage,
+                                                       [this, meetingID](bool cannotSave) {
+                                                           if (meeting.meetingID == meetingID) tellSaving(cannotSave);
+                                                       });
     } catch (const FileError& error) {
         log.error("a meeting has no archive: {}", error.what());
         return nullptr;
     }
+}
+
+void TranscriptionSession::tellSaving(bool cannotSave) {
+    const double lost = meeting.persistence ? meeting.persistence->lostSeconds() : 0;
+    if (cannotSave)
+        state.saveNotice = std::string(messages::cannotSave);
+    else if (lost > 0)
+        state.saveNotice = messages::soundLost(lost);
+    else
+        state.saveNotice = std::nullopt;
 }
 
 /// A start that came to nothing leaves nothing, unless something was said meanwhile.

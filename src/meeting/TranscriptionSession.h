@@ -99,6 +99,7 @@ private:
     void resetMeeting();
     void openMeeting();
     Task<void> undoStart();
+    void tellSaving(bool cannotSave);
     Task<void> saveLeft(std::shared_ptr<TranscriptPersistence> left);
 
     void beginProcessing(std::optional<MeetingStatus> then);

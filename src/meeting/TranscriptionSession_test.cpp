@@ -281,6 +281,12 @@ TEST_F(TranscriptionSessionTest, full_disk_is_told_and_nothing_is_lost_when_ther
     EXPECT_EQ(*world->session.state.saveNotice, std::nullopt);
     EXPECT_GT(world->samplesOnDisk("-me.pcm"), 16'000U * 28);
     EXPECT_EQ(world->phase(), Phase::recording);
+
+    disk.limitCapacity(0);
+    world->play(80s, 0.2F, 0.2F);
+    disk.limitCapacity(std::nullopt);
+    world->play(5s, 0.2F, 0.2F);
+    EXPECT_THAT(world->session.state.saveNotice->value(), HasSubstr("s of sound are missing"));
 }
 
 TEST_F(TranscriptionSessionTest, checkpoint_is_written_every_minute) {
