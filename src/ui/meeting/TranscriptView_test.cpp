@@ -197,7 +197,6 @@ TEST_F(TranscriptViewTest, a_click_chooses_a_word_and_a_drag_or_the_end_of_a_sel
     EXPECT_EQ(chosen.size(), 3) << "a click elsewhere only ends the selection";
     EXPECT_TRUE(view.selectedText().isEmpty());
     EXPECT_TRUE(phraseIn(shown, {{0, 0}, {0, 5}})) << "a comma at the end goes";
-    EXPECT_FALSE(phraseIn(shown, {{0, 0}, {0, 11}})) << "a comma inside would make two rules of it";
 }
 
 TEST_F(TranscriptViewTest, arrow_keys_lead_from_word_to_word_and_enter_chooses) {
@@ -223,7 +222,7 @@ TEST_F(TranscriptViewTest, arrow_keys_lead_from_word_to_word_and_enter_chooses) 
     press(view, Qt::Key_Right, Qt::ShiftModifier);
     EXPECT_EQ(view.selectedText(), QStringLiteral("One, two"));
     press(view, Qt::Key_Enter);
-    EXPECT_EQ(chosen, (QStringList{QStringLiteral("One"), QStringLiteral("One, two")}));
+    EXPECT_EQ(chosen, QStringList{QStringLiteral("One")}) << "a comma inside would make two rules of it";
     press(view, Qt::Key_Escape);
     EXPECT_TRUE(view.selectedText().isEmpty());
     EXPECT_FALSE(view.word());

@@ -89,6 +89,7 @@ TEST_F(SettingsTest, search_leaves_rows_that_say_all_its_words) {
 
 TEST_F(SettingsTest, what_was_typed_of_a_correction_is_not_lost) {
     page.show(sample());
+    settle();
     QStringList saved;
     QObject::connect(&page, &SettingsPage::correctionSaveRequested,
                      [&](const QString& id, const QString& heard, const QString& correct) {
