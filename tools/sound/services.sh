@@ -154,15 +154,14 @@ sound_remove() {
   sound_end TERM "silence-$1" "silence-$1_feed"
 }
 
-# A session manager that has just started does not take defaults yet.
+# A session manager that has just started does not take defaults yet, or takes one and forgets it.
 sound_default_speaker() {
-  sound_until 10 timeout 5 pactl set-default-sink "$1" && sound_until 5 sound_is_default sink "$1" ||
-    sound_fail "$1 does not become the default"
+  sound_until 15 sound_make_default sink "$1" || sound_fail "$1 does not become the default"
 }
 sound_default_microphone() {
-  sound_until 10 timeout 5 pactl set-default-source "$1" && sound_until 5 sound_is_default source "$1" ||
-    sound_fail "$1 does not become the default"
+  sound_until 15 sound_make_default source "$1" || sound_fail "$1 does not become the default"
 }
+sound_make_default() { timeout 5 pactl "set-default-$1" "$2" && sound_until 1 sound_is_default "$1" "$2"; }
 sound_is_default() { [ "$(timeout 2 pactl "get-default-$1")" = "$2" ]; }
 
 sound_is_up() {
