@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <vector>
 
 namespace tavrin {
@@ -54,21 +55,27 @@ double center(std::vector<double>& values) {
     return std::sqrt(squares / static_cast<double>(values.size()));
 }
 
-/// Pearson's, less one standard error after Fisher (1915): a few steps are alike by chance.
-double sureCorrelation(std::vector<double>& one, std::vector<double>& other) {
+struct Correlation {
+    double plain = 0; // Pearson's
+    double sure = 0;  // less one standard error after Fisher (1915): a few steps are alike by chance
+};
+
+/// Of steps that are too few or too even to tell nothing is sure, and nothing speaks against it.
+Correlation correlationOf(std::vector<double>& one, std::vector<double>& other) {
+    if (one.empty()) return {};
     const double independent = (static_cast<double>(one.size()) / stepsOfOne) - 3;
-    if (independent <= 0) return 0;
     const double spread = center(one), otherSpread = center(other);
-    if (spread < leastSpread || otherSpread < leastSpread) return 0;
+    if (independent <= 0 || spread < leastSpread || otherSpread < leastSpread) return {.plain = 1, .sure = 0};
     double sum = 0;
     for (std::size_t i = 0; i < one.size(); ++i)
         sum += one[i] * other[i];
     const double correlation = sum / (spread * otherSpread * static_cast<double>(one.size()));
-    return std::tanh(std::atanh(std::min(correlation, 0.9999)) - (1 / std::sqrt(independent)));
+    return {.plain = correlation,
+            .sure = std::tanh(std::atanh(std::min(correlation, 0.9999)) - (1 / std::sqrt(independent)))};
 }
 
 /// Over the steps where both can be heard: that both fall silent at about one time says nothing.
-double likenessOf(std::span<const float> heard, std::span<const float> said) {
+Correlation likenessOf(std::span<const float> heard, std::span<const float> said) {
     const float heardFloor = floorOf(heard, heardRange), saidFloor = floorOf(said, saidRange);
     std::vector<double> one, other;
     std::size_t ownSteps = 0;
@@ -78,10 +85,10 @@ double likenessOf(std::span<const float> heard, std::span<const float> said) {
             one.push_back(heard[i]);
             other.push_back(said[i]);
         } else if (++ownSteps > mostOwnSteps) {
-            return 0;
+            return {};
         }
     }
-    return sureCorrelation(one, other);
+    return correlationOf(one, other);
 }
 
 } // namespace
@@ -107,15 +114,23 @@ double EchoReference::likeness(std::span<const float> samples, std::int64_t firs
     const std::vector<float> heard = levelsOf(samples);
     if (heard.empty()) return 0;
     double best = 0;
+    std::int64_t bestDelay = 0;
+    bool isLikeKnown = false;
     const std::scoped_lock lock(mutex);
     for (std::int64_t delay = earliest; delay <= latest; ++delay) {
         const std::int64_t begin = (first / static_cast<std::int64_t>(step)) - delay - firstLevel;
         const auto end = begin + static_cast<std::int64_t>(heard.size());
         if (begin < 0 || end > static_cast<std::int64_t>(levels.size())) continue;
         const std::vector<float> said(levels.begin() + begin, levels.begin() + end);
-        best = std::max(best, likenessOf(heard, said));
+        const Correlation found = likenessOf(heard, said);
+        const bool isKnown = knownDelay && std::abs(delay - *knownDelay) <= 1;
+        if (isKnown && found.plain >= someLikeness) isLikeKnown = true;
+        if (found.sure <= best) continue;
+        best = found.sure;
+        bestDelay = delay;
     }
-    return best;
+    if (best >= sureLikeness) knownDelay = bestDelay;
+    return isLikeKnown ? std::max(best, someLikeness) : best;
 }
 
 double EchoReference::likeness(const SpeechChunk& chunk, std::int64_t shift) const {
