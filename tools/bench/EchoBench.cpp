@@ -19,7 +19,7 @@ namespace {
 
 constexpr double delay = 0.060;                             // s
 constexpr std::array<double, 4> leaks{-100, -20, -12, -6};  // dB; the first is none
-constexpr double judgedLeak = -12;                          // dB
+constexpr std::array<double, 2> judgedLeaks{-100, -12};     // dB
 constexpr std::array<double, 3> pauses{0.3, 1.2, 0.6};      // s between two turns
 constexpr std::array<double, 4> replies{0, 0.2, -0.2, 0.1}; // s behind the other side's last sound
 constexpr double leastSeconds = 300;
@@ -77,9 +77,11 @@ void answer(Talk& talk, const SpokenClip& word, double after) {
     talk.them.samples.resize(mine.size());
 }
 
-/// Two people by turns, with short and long pauses; the user answers each turn of the other side with a word at once.
-/// Else nobody says what the other one says.
-Talk talkOf(const LaneMaterial& material) {
+enum class Answers : std::uint8_t { none, atOnce };
+
+/// Two people by turns, with short and long pauses; the user may answer each turn of the other side with a word at
+/// once. Nobody says what the other one says.
+Talk talkOf(const LaneMaterial& material, Answers kind) {
     const auto sentences = numberedClips(material.speech / "clean", material.sentences);
     const auto recorded = recordedClips(material.speech / "human");
     const auto answers = shortAnswers(material.speech / "words");
@@ -88,7 +90,8 @@ Talk talkOf(const LaneMaterial& material) {
     const auto exchange = [&](const SpokenClip& mine, const SpokenClip& theirs) {
         say(talk.me, talk.them, mine, pauses[turn++ % pauses.size()]);
         say(talk.them, talk.me, theirs, pauses[turn % pauses.size()]);
-        answer(talk, answers[turn / 2 % answers.size()], replies[turn / 2 % replies.size()]);
+        if (kind == Answers::atOnce)
+            answer(talk, answers[turn / 2 % answers.size()], replies[turn / 2 % replies.size()]);
         ++turn;
     };
     const std::size_t half = sentences.size() / 2;
@@ -125,14 +128,10 @@ std::size_t foreignLines(const std::vector<TranscriptSegment>& lines, const Talk
     }));
 }
 
-} // namespace
-
-void measureEcho(const LaneMaterial& material, Report& report) {
-    OnnxModelRuntime runtime;
-    const SpeechModels models(runtime, material.pack, 2);
-    const Talk talk = talkOf(material);
+void measureTalk(const SpeechModels& models, const Talk& talk, const std::string& name, Report& report) {
     const double seconds = static_cast<double>(talk.me.samples.size()) / speechSampleRate;
-    report.heading("The other side's sound in the microphone, 60 ms late, in a talk of " + decimal(seconds, 0) + " s");
+    report.heading("The other side's sound in the microphone, 60 ms late, in " + name + " of " + decimal(seconds, 0) +
+                   " s");
     if (seconds < leastSeconds) report.remark("the material is shorter than five minutes");
     Table table({"leak", "lines of Me", "not Me's", "word errors of Me", "own words lost"});
     LiveLanes alone(chunkTranscriber(models));
@@ -145,15 +144,26 @@ void measureEcho(const LaneMaterial& material, Report& report) {
         const std::size_t all = comparableWords(undisturbed).size(), lost = lostWords(undisturbed, heard);
         const std::size_t foreign = foreignLines(lanes.lines(), talk);
         const auto mine = std::ranges::count_if(lanes.lines(), isMeLine);
-        table.add({leak > -100 ? decimal(leak, 0) + " dB" : "none", std::to_string(mine), std::to_string(foreign),
+        const std::string strength = leak > -100 ? decimal(leak, 0) + " dB" : "no leak";
+        table.add({strength, std::to_string(mine), std::to_string(foreign),
                    decimal(wordErrors(talk.me.words, heard).percent(), 1) + " %",
                    std::to_string(lost) + " of " + std::to_string(all)});
-        if (leak != judgedLeak) continue;
-        report.bar("lines of Me that the other side said, at -12 dB", static_cast<double>(foreign), 0, 0, "");
-        report.bar("own words lost, at -12 dB", 100.0 * static_cast<double>(lost) / static_cast<double>(all), 1, 1,
-                   "%");
+        if (std::ranges::find(judgedLeaks, leak) == judgedLeaks.end()) continue;
+        const std::string where = ", " + name + ", " + strength;
+        if (leak > -100)
+            report.bar("lines of Me that the other side said" + where, static_cast<double>(foreign), 0, 0, "");
+        report.bar("own words lost" + where, 100.0 * static_cast<double>(lost) / static_cast<double>(all), 1, 1, "%");
     }
     report.table(table);
+}
+
+} // namespace
+
+void measureEcho(const LaneMaterial& material, Report& report) {
+    OnnxModelRuntime runtime;
+    const SpeechModels models(runtime, material.pack, 2);
+    measureTalk(models, talkOf(material, Answers::none), "a talk by turns", report);
+    measureTalk(models, talkOf(material, Answers::atOnce), "a talk with answers at once", report);
 }
 
 } // namespace tavrin
