@@ -29,8 +29,8 @@ public:
     /// How surely the levels of `samples`, whose first is the sample `first` of the same time line, follow those of the
     /// other side where both can be heard, with the delay from -0.2 to 0.5 s that suits best: their correlation, less
     /// what chance may do in so few steps. 1 is the same, 0 is nothing in common; 0 as well where more than a tenth of
-    /// a second sounds while the other side is silent. Where a sure echo came before, a correlation of
-    /// `someLikeness` at its delay is enough for that, and 0.3 s or less, which are too short to tell, are it as well.
+    /// a second sounds while the other side is silent. Where a sure echo came before, it is at least `someLikeness`
+    /// if the plain correlation at that delay is, or if 0.3 s or less sound, which are too short to tell.
     [[nodiscard]] double likeness(std::span<const float> samples, std::int64_t first) const;
 
     /// The same for a chunk of the microphone. `shift` is where its lane begins, in samples behind the beginning of the

@@ -54,7 +54,7 @@ TEST(EchoReferenceTest, weaker_and_later_sound_of_the_other_side_is_known_and_ow
     for (const float gain : {0.25F, 0.05F})
         EXPECT_GT(reference.likeness(part(them, 40, 42, gain), at40 + 960), EchoReference::sureLikeness) << gain;
     EXPECT_LT(reference.likeness(part(me, 40, 42, 1), at40), EchoReference::sureLikeness);
-    EXPECT_EQ(reference.likeness(part(them, 44, 44.25, 0.25F), (44 * 16'000) + 960), EchoReference::someLikeness)
+    EXPECT_EQ(reference.likeness(part(them, 44, 44.25, 0.25F), 704'960), EchoReference::someLikeness)
         << "too short to tell, but that late an echo has come before";
     std::vector<float> both = part(me, 40, 42, 0.5F);
     const std::vector<float> echo = part(them, 40, 42, 0.25F);
