@@ -188,6 +188,9 @@ Task<void> AudioCaptureService::start(bool voiceProcessing) {
                   [self = state, voiceProcessing](const std::stop_token&) { self->open(voiceProcessing); }),
             startLimit);
         if (inTime) co_return;
+    } catch (const NoSoundServer& error) {
+        log.error("the microphone could not be opened: {}", error.what());
+        throw AudioCaptureError(AudioCaptureError::Reason::noSoundServer);
     } catch (const AudioEngineError& error) {
         log.error("the microphone could not be opened: {}", error.what());
         throw AudioCaptureError(AudioCaptureError::Reason::openingFailed);

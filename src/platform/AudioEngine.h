@@ -13,6 +13,12 @@ class AudioEngineError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// There is nobody to ask for a microphone.
+class NoSoundServer final : public AudioEngineError {
+public:
+    NoSoundServer() : AudioEngineError("no sound server answers") {}
+};
+
 /// One way to the default microphone. It never follows the default onto something that plays sound.
 ///
 /// Thread: one at a time; each call may block for seconds, none for more than five. The tap is called on a thread of
@@ -27,7 +33,7 @@ public:
     /// Asks for the system's echo and noise suppression. Throws AudioEngineError where there is none.
     virtual void setVoiceProcessingEnabled(bool enabled) = 0;
 
-    /// Finds the microphone. Throws AudioEngineError when no sound server answers.
+    /// Finds the microphone. Throws NoSoundServer.
     virtual void prepare() = 0;
     /// What the microphone gives; rate 0 or no channels when there is none. After prepare().
     [[nodiscard]] virtual AudioFormat inputFormat() const = 0;

@@ -95,7 +95,7 @@ bool PulseAudioEngine::isRunning() const {
 }
 
 void PulseAudioEngine::find() {
-    if (!server.waitUntilConnected(serverLimit)) throw AudioEngineError("no sound server answers");
+    if (!server.waitUntilConnected(serverLimit)) throw NoSoundServer();
     const auto snapshot = server.snapshot();
     const auto* found = snapshot->microphone();
     microphone = found == nullptr ? std::nullopt : std::optional(*found);
