@@ -92,8 +92,18 @@ sound_start() {
   if [ "$kind" = pipewire ]; then
     sound_spawn dbus dbus-daemon --session --nofork --nopidfile "--address=$DBUS_SESSION_BUS_ADDRESS"
     sound_until 5 test -S "$XDG_RUNTIME_DIR/bus" || { sound_fail "the bus does not come up"; return 1; }
+    sound_without_bluetooth
   fi
   sound_revive
+}
+
+# The session manager asks the login manager who may use Bluetooth, and leaves where there is none. For its two kinds of
+# settings.
+sound_without_bluetooth() {
+  local settings=$XDG_CONFIG_HOME/wireplumber
+  mkdir -p "$settings/bluetooth.lua.d" "$settings/wireplumber.conf.d"
+  echo 'bluez_monitor.enabled = false' >"$settings/bluetooth.lua.d/51-none.lua"
+  echo 'wireplumber.profiles = { main = { hardware.bluetooth = disabled } }' >"$settings/wireplumber.conf.d/none.conf"
 }
 
 sound_revive() {
