@@ -188,12 +188,11 @@ Task<void> AudioCaptureService::start(bool voiceProcessing) {
                   [self = state, voiceProcessing](const std::stop_token&) { self->open(voiceProcessing); }),
             startLimit);
         if (inTime) co_return;
-    } catch (const NoSoundServer& error) {
-        log.error("the microphone could not be opened: {}", error.what());
-        throw AudioCaptureError(AudioCaptureError::Reason::noSoundServer);
     } catch (const AudioEngineError& error) {
         log.error("the microphone could not be opened: {}", error.what());
-        throw AudioCaptureError(AudioCaptureError::Reason::openingFailed);
+        const bool isNobodyThere = dynamic_cast<const NoSoundServer*>(&error) != nullptr;
+        throw AudioCaptureError(isNobodyThere ? AudioCaptureError::Reason::noSoundServer
+                                              : AudioCaptureError::Reason::openingFailed);
     }
     // A later start has taken its place in the queue already.
     if (opens == ours) use.engineQueue.post([self = state] { self->close(); });
