@@ -23,7 +23,18 @@ std::optional<std::int64_t> LaneTimeline::drift(const AudioBuffer& buffer) {
     earliest = std::min(earliest, late);
     if (buffer.end < *windowEnd) return std::nullopt;
     windowEnd.reset();
-    return std::abs(earliest) > tolerance ? earliest : 0;
+    if (std::abs(earliest) >= mostDrift) return earliest;
+    if (windows.size() == windowsThatAgree) windows.erase(windows.begin());
+    windows.push_back(earliest);
+    if (windows.size() < windowsThatAgree) return 0;
+    const auto [least, most] = std::ranges::minmax(windows);
+    if (least > tolerance) return least;
+    return most < -tolerance ? most : 0;
+}
+
+void LaneTimeline::forgetWindows() {
+    windowEnd.reset();
+    windows.clear();
 }
 
 } // namespace tavrin

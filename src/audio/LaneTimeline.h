@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace tavrin {
 
@@ -12,8 +13,10 @@ namespace tavrin {
 /// clock says: both lanes of a meeting then lie on one time line, whatever their devices lost and however fast they
 /// count.
 ///
-/// Times of single buffers are late by whatever held them up, never early, so a place is taken from the earliest of
-/// several buffers. After the start and after a gap, buffers are to be held back for `settlingTime` until one is known.
+/// Times of single buffers are late by whatever held them up, so a place is taken from the earliest of several buffers.
+/// After the start and after a gap, buffers are to be held back for `settlingTime` until one is known. A device without
+/// a clock of its own also wanders by some 15 ms for seconds at a time, so a lane is off only when several windows in a
+/// row say so.
 /// Thread: none of its own.
 class LaneTimeline final {
 public:
@@ -22,11 +25,13 @@ public:
     /// A buffer later than this follows a gap, whether the device said so or not.
     static constexpr std::int64_t jump = 8'000; // half a second
     /// A lane that is off by less is left alone: two lanes are then no more than 40 ms apart.
-    static constexpr std::int64_t tolerance = 240; // 15 ms
-    /// A lane that is off by this is brought back even where someone speaks.
+    static constexpr std::int64_t tolerance = 192; // 12 ms
+    /// A lane that is off by this is brought back at once, even where someone speaks.
     static constexpr std::int64_t mostDrift = 1'600; // 100 ms
     /// How long the earliest buffer is looked for while sound flows.
-    static constexpr Duration window = std::chrono::seconds(5);
+    static constexpr Duration window = std::chrono::seconds(4);
+    /// So many windows in a row are off to the same side before the lane is.
+    static constexpr std::size_t windowsThatAgree = 4;
 
     /// Sample 0 of the lane is what sounds at `origin`.
     explicit LaneTimeline(SteadyInstant origin) : start(origin) {}
@@ -42,17 +47,18 @@ public:
     void advance(double samples) { position += samples; }
 
     /// Looks at a buffer of steady sound; at the end of a window gives the samples that have been missing all through
-    /// it, negative for those that are too many, 0 for a lane that keeps time.
+    /// the last ones, negative for those that are too many, 0 for a lane that keeps time.
     std::optional<std::int64_t> drift(const AudioBuffer& buffer);
 
     /// The device came back or lost sound: what was seen so far says nothing any more.
-    void forgetWindow() { windowEnd.reset(); }
+    void forgetWindows();
 
 private:
     SteadyInstant start;
     double position = 0; // samples of 16 kHz
     std::optional<SteadyInstant> windowEnd;
-    std::int64_t earliest = 0;
+    std::int64_t earliest = 0;           ///< of the window that runs
+    std::vector<std::int64_t> windows{}; ///< the earliest of each of the last ones
 };
 
 } // namespace tavrin

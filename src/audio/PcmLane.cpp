@@ -154,12 +154,12 @@ void PcmLane::keepStep() {
     note("capture_lead_removed lane=" + laneName + " samples=" + std::to_string(surplus));
     mono.erase(mono.begin(), mono.begin() + static_cast<std::ptrdiff_t>(surplus));
     timeline->advance(-static_cast<double>(surplus));
-    timeline->forgetWindow();
+    timeline->forgetWindows();
     owed += static_cast<std::int64_t>(surplus);
 }
 
 void PcmLane::forgetDrift() {
-    timeline->forgetWindow();
+    timeline->forgetWindows();
     owed = 0;
 }
 
@@ -195,7 +195,7 @@ void PcmLane::fill(std::int64_t samples) {
     if (samples >= pcmSampleRate / 10)
         note("capture_gap_filled lane=" + laneName + " samples=" + std::to_string(samples));
     timeline->advance(static_cast<double>(samples));
-    timeline->forgetWindow();
+    timeline->forgetWindows();
     const std::vector<float> silence(static_cast<std::size_t>(std::min(samples, pcmSampleRate)));
     while (samples > 0) {
         const auto piece = static_cast<std::size_t>(std::min(samples, pcmSampleRate));
