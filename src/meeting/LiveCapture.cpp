@@ -4,6 +4,8 @@
 #include "meeting/MeetingMessages.h"
 #include "support/async/Sleep.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -212,6 +214,7 @@ void LiveCapture::attach() {
         pcmBaseSampleOffset = {.me = count(meeting.persistence->micPCM()),
                                .them = count(meeting.persistence->themPCM())};
     echoReference = std::make_shared<EchoReference>();
+    echoSuppressor = std::make_unique<EchoSuppressor>(*echoReference);
     meProcessor = meLaneProcessor();
     themProcessor = themLaneProcessor();
 }
@@ -269,19 +272,20 @@ std::unique_ptr<WhisperStreamProcessor> LiveCapture::meLaneProcessor() {
     hooks.onTranscriptionStarted = [this] { state.interimPartial = std::string(messages::transcribing); };
     hooks.onTranscriptionFinished = [this] { transcriptionFinished(); };
     hooks.onResult = [this, generation = meeting.transcriptWorkGeneration, id = meeting.meetingID,
-                      reference = echoReference, shift](std::string text, const SpeechChunk& chunk) {
+                      shift](std::string text, const SpeechChunk& chunk) {
         if (!transcript.isValid(generation, id)) return false;
         noteResult(text, "Me", chunk);
         state.interimPartial = "";
-        meLines.add(spoken(chunk, std::move(text), reference->likeness(chunk, shift)), generation, id);
+        meLines.add(spoken(chunk, std::move(text), echoSuppressor->likeness(chunk, shift)), generation, id);
         refreshBacklog();
         return true;
     };
     auto dependencies = laneDependencies(use.meLane, std::move(engine.transcribe));
-    dependencies.isEcho = [&diagnostics = use.diagnostics, reference = echoReference, shift](const SpeechChunk& chunk) {
-        const bool isEcho = reference->isEcho(chunk, shift);
-        if (isEcho) diagnostics.log("live_echo_dropped label=Me reason=sound");
-        return isEcho;
+    dependencies.silenceEcho = [this, shift](SpeechChunk& chunk) {
+        const EchoSuppressor::Outcome outcome = echoSuppressor->silenceEcho(chunk, shift);
+        if (outcome.silenced > 0)
+            use.diagnostics.log(fmt::format("live_echo_{} label=Me reason=sound silencedSteps={} ownSteps={}",
+                                            outcome.own > 0 ? "silenced" : "dropped", outcome.silenced, outcome.own));
     };
     return std::make_unique<WhisperStreamProcessor>(meLaneSettings(engine.which), std::move(dependencies),
                                                     std::move(hooks));

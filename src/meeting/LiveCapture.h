@@ -3,7 +3,7 @@
 #include "audio/DiagnosticsCaptureFrameCounter.h"
 #include "audio/DiagnosticsLogger.h"
 #include "audio/MixedAudioCaptureService.h"
-#include "meeting/EchoReference.h"
+#include "meeting/EchoSuppressor.h"
 #include "meeting/LiveTranscript.h"
 #include "meeting/MeLines.h"
 #include "meeting/MeetingEngines.h"
@@ -120,7 +120,8 @@ private:
     bool opening = false; // of this generation
     std::unique_ptr<WhisperStreamProcessor> meProcessor;
     std::unique_ptr<WhisperStreamProcessor> themProcessor;
-    std::shared_ptr<EchoReference> echoReference;
+    std::shared_ptr<EchoReference> echoReference; // the lane's thread holds it too
+    std::unique_ptr<EchoSuppressor> echoSuppressor;
     LaneCounts pcmBaseSampleOffset;
     MicSilenceRule silenceRule;
     DiagnosticsCaptureFrameCounter diagnosticsMicFrameCounter;

@@ -2,7 +2,7 @@
 
 #include "audio/PcmFormat.h"
 #include "dictation/text/EchoGuard.h"
-#include "meeting/EchoReference.h"
+#include "meeting/EchoSuppressor.h"
 #include "support/async/Sleep.h"
 
 #include <algorithm>
@@ -76,7 +76,7 @@ void MeLines::enterFirst() {
 }
 
 bool MeLines::isEchoOfThatTime(const SpokenStretch& mine) const {
-    if (mine.likeness < EchoReference::someLikeness) return false;
+    if (mine.likeness < EchoSuppressor::someLikeness) return false;
     std::string theirs;
     for (const SpokenStretch& stretch : others)
         if (isDuring(mine, stretch)) theirs += ' ' + stretch.text;

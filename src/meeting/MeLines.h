@@ -19,7 +19,7 @@ struct SpokenStretch {
     std::string text;
     Date date{};              ///< of the line that they make
     std::int64_t samples = 0; ///< of the lane, silence behind the speech among them
-    double likeness = 0;      ///< to the other side's sound, see EchoReference
+    double likeness = 0;      ///< to the other side's sound, see EchoSuppressor
 };
 
 /// The text of a chunk with the time in which it was said; `likeness` matters for the microphone's only.

@@ -130,16 +130,21 @@ protected:
     std::optional<std::size_t> echo; // this chunk is one
     std::unique_ptr<WhisperStreamProcessor> processor = std::make_unique<WhisperStreamProcessor>(
         themLaneSettings(MeetingEngine::dictation),
-        WhisperStreamProcessor::Dependencies{
-            .main = time.main(),
-            .lane = time.addExecutor(),
-            .clock = time.wallClock(),
-            .transcribe = [this](std::vector<float>, bool) -> Task<ChunkText> {
-                co_await sleepFor(engineTime);
-                co_return ChunkText{.text = "text " + std::to_string(++texts), .words = {}};
-            },
-            .note = [this](std::string line) { notes.push_back(std::move(line)); },
-            .isEcho = [this](const SpeechChunk& chunk) { return chunk.index == echo; }},
+        WhisperStreamProcessor::Dependencies{.main = time.main(),
+                                             .lane = time.addExecutor(),
+                                             .clock = time.wallClock(),
+                                             .transcribe = [this](std::vector<float> samples, bool) -> Task<ChunkText> {
+                                                 co_await sleepFor(engineTime);
+                                                 if (std::ranges::count(samples, 0.0F) == std::ssize(samples))
+                                                     co_return ChunkText{};
+                                                 co_return ChunkText{.text = "text " + std::to_string(++texts),
+                                                                     .words = {}};
+                                             },
+                                             .note = [this](std::string line) { notes.push_back(std::move(line)); },
+                                             .silenceEcho =
+                                                 [this](SpeechChunk& chunk) {
+                                                     if (chunk.index == echo) std::ranges::fill(chunk.samples, 0.0F);
+                                                 }},
         WhisperStreamProcessor::Callbacks{.onTranscriptionStarted = {},
                                           .onTranscriptionFinished = [this] { ++finished; },
                                           .onError = {},

@@ -178,6 +178,7 @@ Task<void> WhisperStreamProcessor::work() {
 
 Task<void> WhisperStreamProcessor::transcribeOne(SpeechChunk chunk) {
     const auto samples = static_cast<std::int64_t>(chunk.samples.size());
+    if (use.silenceEcho) use.silenceEcho(chunk);
     const std::vector<float> hearing = mender.begin(chunk);
     if (hearing.empty() && !mender.holdsWords()) co_return;
     if (callbacks.onTranscriptionStarted) callbacks.onTranscriptionStarted();
@@ -191,7 +192,6 @@ Task<std::string> WhisperStreamProcessor::textOf(const SpeechChunk& chunk, const
     try {
         ChunkText heard;
         if (!samples.empty()) heard = co_await use.transcribe(samples, chunk.endsInForcedCut);
-        if (use.isEcho && use.isEcho(chunk)) heard = {};
         co_return mender.end(chunk, samples, heard);
     } catch (const std::exception& error) {
         log.error("Transcription chunk failed ({}): {}", speakerLabel, error.what());

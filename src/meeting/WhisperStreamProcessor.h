@@ -47,9 +47,8 @@ public:
         Transcribe transcribe;
         /// Writes a line into the meeting's diagnostics; from any thread.
         std::function<void(std::string)> note;
-        /// Whether a chunk holds nothing of this lane's own, asked once the engine has heard it: its words are dropped,
-        /// not those that were left to it. May be empty.
-        std::function<bool(const SpeechChunk&)> isEcho{};
+        /// Makes silent what is not this lane's own in a chunk, before the engine hears it. May be empty.
+        std::function<void(SpeechChunk&)> silenceEcho{};
     };
     /// Takes signed 16-bit little-endian samples. Any one thread at a time; copies and returns.
     using Inlet = std::function<void(std::span<const std::byte>)>;

@@ -64,7 +64,7 @@ LiveLanes::Lane::Dependencies LiveLanes::dependencies(bool mayHearEcho) {
                                   co_return said;
                               },
                               .note = [](const std::string&) {}};
-    if (mayHearEcho) result.isEcho = [this](const SpeechChunk& chunk) { return reference.isEcho(chunk); };
+    if (mayHearEcho) result.silenceEcho = [this](SpeechChunk& chunk) { suppressor.silenceEcho(chunk, 0); };
     return result;
 }
 
@@ -72,7 +72,7 @@ LiveLanes::Lane::Callbacks LiveLanes::callbacks(std::string_view label) {
     Lane::Callbacks hooks;
     hooks.onResult = [this, label](std::string text, const SpeechChunk& chunk) {
         if (label == meLabel) {
-            meLines.add(spoken(chunk, std::move(text), reference.likeness(chunk, 0)), 0, {});
+            meLines.add(spoken(chunk, std::move(text), suppressor.likeness(chunk, 0)), 0, {});
         } else {
             meLines.themSaid(spoken(chunk, text));
             transcript.enqueueThemResult(

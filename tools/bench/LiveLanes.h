@@ -1,6 +1,6 @@
 #pragma once
 
-#include "meeting/EchoReference.h"
+#include "meeting/EchoSuppressor.h"
 #include "meeting/MeLines.h"
 #include "meeting/WhisperStreamProcessor.h"
 #include "speech/SpeechModels.h"
@@ -25,6 +25,8 @@ public:
     /// Plays 16 kHz samples into both, from the same moment on, and ends the meeting behind the longer one.
     void play(std::span<const float> me, std::span<const float> them);
 
+    /// When the first sample was played.
+    [[nodiscard]] Date begin() const { return began; }
     [[nodiscard]] const std::vector<TranscriptSegment>& lines() const { return *state.segments; }
 
 private:
@@ -33,6 +35,7 @@ private:
     [[nodiscard]] Lane::Callbacks callbacks(std::string_view label);
 
     VirtualTime time;
+    const Date began = time.wallClock().now();
     const Transcribe transcribe;
     SessionState state{time.main()};
     OpenMeeting meeting;
@@ -41,6 +44,7 @@ private:
     Lane themLane;
     MeLines meLines;
     EchoReference reference;
+    EchoSuppressor suppressor{reference};
 };
 
 } // namespace tavrin

@@ -7,7 +7,6 @@
 #include <charconv>
 #include <numeric>
 #include <optional>
-#include <set>
 #include <utility>
 
 namespace tavrin {
@@ -119,6 +118,27 @@ std::optional<std::vector<std::string>> numberWords(std::string_view token) {
     return words;
 }
 
+std::string comparableText(std::string_view text) {
+    std::string joined;
+    for (const std::string& word : comparableWords(text))
+        joined.append(" ").append(word);
+    return joined;
+}
+
+/// The least number of letters to change, add or leave out that makes `heard` a piece of `said`.
+std::size_t changesToAPiece(std::string_view heard, std::string_view said) {
+    std::vector<std::size_t> row(said.size() + 1); // of the letters so far, ending at each place
+    for (std::size_t i = 0; i < heard.size(); ++i) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t j = 0; j < said.size(); ++j) {
+            const std::size_t changed = diagonal + (heard[i] == said[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
+        }
+    }
+    return std::ranges::min(row);
+}
+
 } // namespace
 
 std::vector<std::string> comparableWords(std::string_view text) {
@@ -163,19 +183,9 @@ WordErrors wordErrors(std::string_view said, std::string_view heard) {
 }
 
 bool isSaidBy(std::string_view other, std::string_view own, std::string_view heard) {
-    const auto pieces = [length = std::min<std::size_t>(2, comparableWords(heard).size())](std::string_view text) {
-        const auto words = comparableWords(text);
-        std::vector<std::string> result;
-        for (std::size_t i = 0; i + length <= words.size(); ++i)
-            result.push_back(words[i] + " " + words[i + length - 1]);
-        return result;
-    };
-    const auto inside = [&](std::string_view text) {
-        const auto all = pieces(text);
-        const std::set<std::string> known(all.begin(), all.end());
-        return std::ranges::count_if(pieces(heard), [&](const std::string& piece) { return known.contains(piece); });
-    };
-    return inside(other) > inside(own);
+    const std::string line = comparableText(heard);
+    const std::size_t changes = changesToAPiece(line, comparableText(other));
+    return 2 * changes <= line.size() && changes < changesToAPiece(line, comparableText(own));
 }
 
 std::size_t lostWords(std::string_view said, std::string_view heard) {

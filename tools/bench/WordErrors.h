@@ -26,8 +26,9 @@ struct WordErrors {
 
 [[nodiscard]] WordErrors wordErrors(std::string_view said, std::string_view heard);
 
-/// Whether `heard` has more of its pairs of neighbouring words (of its words, if it is one) from `other` than from
-/// `own`: it tells whose words they are, though some were misheard.
+/// Whether fewer letters of `heard` have to change, be added or go to make it a piece of `other` than to make it one of
+/// `own` (approximate matching after Sellers, 1980), at most half of them: it tells whose words they are, though some
+/// were misheard.
 [[nodiscard]] bool isSaidBy(std::string_view other, std::string_view own, std::string_view heard);
 
 /// Words of `said` that are missing in `heard`, in order (longest common subsequence).

@@ -68,12 +68,14 @@ TEST(WordErrors, sets_are_weighed_by_their_words) {
     EXPECT_DOUBLE_EQ(sum.percent(), 3.0);
 }
 
-TEST(WhoSaidIt, pairs_of_words_tell) {
+TEST(WhoSaidIt, letters_tell_though_words_were_misheard) {
     const char *own = "we have to fix the labels on Monday", *other = "the printer can deliver the week after";
     EXPECT_TRUE(isSaidBy(other, own, "the printer can't deliver the"));
     EXPECT_FALSE(isSaidBy(other, own, "we have to fix the printer"));
     EXPECT_FALSE(isSaidBy(other, own, "something else"));
     EXPECT_TRUE(isSaidBy(other, own, "deliver"));
+    EXPECT_TRUE(isSaidBy("share them with the finance department", "with the whole team", "with the NAN department"));
+    EXPECT_FALSE(isSaidBy(other, own, own));
     EXPECT_EQ(lostWords("one two three four", "one three five four"), 1U);
 }
 
