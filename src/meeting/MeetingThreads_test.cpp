@@ -33,7 +33,7 @@ protected:
             queue->runAndWait([] {});
     }
 
-    void setUp() {
+    void build() {
         // Nobody says what the other one says.
         engines.say = [said = 0](std::string_view lane, const auto&) mutable {
             return (lane == "me" ? "we agree on point " : "ships are late by ") + std::to_string(++said);
@@ -133,7 +133,7 @@ protected:
 
 TEST_F(MeetingThreadsTest, meeting_runs_through_pauses_a_lost_microphone_and_its_end) {
     using Phase = MeetingStatus::Phase;
-    setUp();
+    build();
     for (int round = 0; round < 2; ++round) {
         main.runAndWait([&] { session->start(); });
         ASSERT_TRUE(untilPhase(Phase::recording));

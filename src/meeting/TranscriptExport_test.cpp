@@ -119,6 +119,7 @@ TEST_F(TranscriptExport, a_file_name_can_be_used_anywhere) {
 
 TEST_F(TranscriptExport, a_long_meeting_is_written_within_a_moment) {
     std::vector<TranscriptSegment> lines;
+    lines.reserve(10'000);
     for (int i = 0; i < 10'000; ++i)
         lines.push_back(line(i * 4, i % 2 ? "Me" : "Anke", "A line as people say them, and then some more of it."));
     for (const auto format : {TranscriptFormat::text, TranscriptFormat::markdown, TranscriptFormat::srt}) {

@@ -34,6 +34,7 @@ public:
         if (value == nullptr) return {};
         if (!value->is_array()) fail("is not a list");
         std::vector<Node> result;
+        result.reserve(value->size());
         for (std::size_t i = 0; i < value->size(); ++i)
             result.emplace_back(&(*value)[i], source, place + "[" + std::to_string(i) + "]");
         return result;

@@ -92,13 +92,16 @@ TEST(DecodingInputs, rows_keep_their_place_when_the_cache_grows) {
     for (std::size_t position = 0; position < 448; ++position) {
         if (inputs.reserve(1)) capacities.push_back(inputs.cacheCapacity);
         std::vector<float> keys;
+        keys.reserve(12);
         for (std::size_t place = 0; place < 12; ++place)
             keys.push_back(value(place / 2, position, place % 2));
         inputs.append(keys, keys, 1);
     }
     EXPECT_EQ(capacities, (std::vector<std::size_t>{128, 256, 448}));
+    constexpr std::size_t places = 5'376; // 6 rows of 448 positions
     std::vector<float> expected;
-    for (std::size_t place = 0; place < 6 * 448 * 2; ++place)
+    expected.reserve(places);
+    for (std::size_t place = 0; place < places; ++place)
         expected.push_back(value(place / 2 / 448, place / 2 % 448, place % 2));
     EXPECT_TRUE(std::ranges::equal(inputs.keyCache, expected));
     EXPECT_TRUE(std::ranges::equal(inputs.valueCache, expected));

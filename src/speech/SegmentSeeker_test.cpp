@@ -30,6 +30,7 @@ TEST_F(SegmentSeekerTest, pairs_close_segments_and_an_ended_text_takes_the_whole
     EXPECT_EQ(found.seek, 160'000U + 480'000);
     using Told = std::tuple<int, std::string, float, float, std::size_t>;
     std::vector<Told> told;
+    told.reserve(found.segments.size());
     for (const auto& segment : found.segments)
         told.emplace_back(segment.id, segment.text, segment.start, segment.end, segment.tokens.size());
     EXPECT_EQ(told, (std::vector<Told>{{7, "a", 10.0F, 12.0F, 3}, {8, "bc", 12.5F, 16.0F, 4}}));

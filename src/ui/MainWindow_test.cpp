@@ -108,6 +108,7 @@ TEST_F(MainWindowTest, a_line_for_both_views_of_ten_thousand_costs_no_frame) {
     window.showSection(Section::meeting);
     MeetingPage& page = window.meetingPage();
     std::vector<TranscriptSegment> said;
+    said.reserve(10'000);
     for (SegmentId i = 0; i < 10'000; ++i)
         said.push_back(line(i, i % 3 ? "Me" : "Them", "A line as people say them, and then some more of it."));
     page.setLines(said);

@@ -9,14 +9,13 @@
 
 #include <atomic>
 #include <thread>
+#include <utility>
 
 /// Run by tests/notifications/run.sh, on a session bus where nobody else shows notifications, or with none.
 namespace tavrin {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using Texts = std::vector<std::string>;
 
 std::string described(const std::string& title, const std::string& body, const Texts& actions) {
@@ -96,7 +95,7 @@ private:
 
 class RealDesk final : public Desk {
 public:
-    explicit RealDesk(NotificationDaemon::Options options = {}) : service(options) {
+    explicit RealDesk(NotificationDaemon::Options options = {}) : service(std::move(options)) {
         onMain([this](UserNotifications& port) { listen(port); });
     }
     ~RealDesk() override {

@@ -121,6 +121,7 @@ TEST(RealSpeech, runs_at_once_give_the_same_tokens_and_draws_at_a_temperature_re
     std::vector<std::string> drawn(2);
     {
         std::vector<std::jthread> threads; // over the same models
+        threads.reserve(cool.size() + drawn.size());
         for (auto& result : cool)
             threads.emplace_back([&] { result = transcribed(samples); });
         for (auto& text : drawn)

@@ -9,6 +9,8 @@
 #include "dictation/text/VocabularyCorrector.h"
 #include "support/text/Unicode.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <random>
 #include <string>
@@ -126,6 +128,7 @@ void measureBars(Report& report) {
 void measureVocabulary(Report& report) {
     Talk talk;
     std::vector<VocabularyCorrection> rules;
+    rules.reserve(200);
     for (std::size_t i = 0; i < 200; ++i)
         rules.push_back({.variants = {Talk::word(7 * i)}, .correct = "Right" + std::to_string(i)});
     const VocabularyCorrector corrector(rules);
@@ -153,7 +156,7 @@ void measureHostile(Report& report) {
     figure("5,000 words, each twice", [&] {
         std::string text;
         for (const auto& word : distinct)
-            text += word + " x " + word + " x ";
+            text.append(word).append(" x ").append(word).append(" x ");
         return text;
     }());
     figure("1 MB of one word said again", repeated("word ", 200'000));
@@ -171,10 +174,10 @@ void measureWords(Report& report) {
     Table table({"words", "speech", "said twice", "stretches shuffled", "three words", "a meeting's line"});
     Talk talk;
     for (const std::size_t count : {250, 500, 1000, 2000, 4000}) {
-        const std::string speech = talk.text(count), half = talk.text(count / 2);
+        const std::string speech = talk.text(count), half = talk.text(count / 2), twice = fmt::format("{0} {0}", half);
         const double line = medianSeconds(repetitions, [&] { (void)cleanMeetingSegment(speech); });
         std::vector<std::string> row{std::to_string(count)};
-        for (const std::string& text : {speech, half + " " + half, talk.shuffledStretches(count), squareFree(count)})
+        for (const std::string& text : {speech, twice, talk.shuffledStretches(count), squareFree(count)})
             row.push_back(decimal(cleaningTime(text) / millisecond, 2));
         row.push_back(decimal(line / millisecond, 2));
         table.add(row);

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <utility>
 
 namespace tavrin {
 namespace {
@@ -166,7 +167,8 @@ TYPED_TEST(FolderContract, moves_files_and_folders_over_what_may_be_replaced) {
 TYPED_TEST(FolderContract, errors_have_the_systems_reason_and_the_full_path) {
     Folder& folder = this->folder;
     folder.writeAtomically("file", "x");
-    for (const auto& [name, error] : {std::pair{"none/f", ENOENT}, std::pair{"file/f", ENOTDIR}}) {
+    constexpr std::pair<const char*, int> faults[] = {{"none/f", ENOENT}, {"file/f", ENOTDIR}};
+    for (const auto& [name, error] : faults) {
         EXPECT_EQ(errorOf([&] { folder.read(name, 1); }), error);
         EXPECT_EQ(errorOf([&] { folder.list(name); }), error);
         EXPECT_EQ(errorOf([&] { folder.openForAppend(name); }), error);

@@ -12,6 +12,7 @@ namespace {
 
 std::vector<std::string> textsOf(const std::vector<RegexMatch>& matches) {
     std::vector<std::string> result;
+    result.reserve(matches.size());
     for (const RegexMatch& match : matches)
         result.emplace_back(match.text());
     return result;

@@ -31,6 +31,7 @@ protected:
 
     void fill(int count) {
         std::vector<TranscriptSegment> said;
+        said.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i)
             said.push_back(line(SegmentId(i) + 1, i % 2 ? "Me" : "Them", "Word " + std::to_string(i) + " Holden"));
         lines.setLines(said);

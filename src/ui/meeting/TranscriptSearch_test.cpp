@@ -81,6 +81,7 @@ TEST_F(TranscriptSearchTest, ten_thousand_lines_are_searched_between_two_key_str
          "übrig"}};
     for (const auto& [text, wanted] : languages) {
         std::vector<TranscriptSegment> said;
+        said.reserve(10'000);
         for (SegmentId i = 0; i < 10'000; ++i)
             said.push_back(line(i, i % 2 ? "Me" : "Them", text));
         lines.setLines(said);
