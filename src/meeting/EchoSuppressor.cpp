@@ -23,7 +23,7 @@ constexpr double leastSpread = 1.5;                             // dB, standard 
 constexpr double stepsOfOne = 5;
 /// Rooms prefer some sounds: the loudest steps of an echo tell, unless they are somebody's who talked into it.
 constexpr double loudestShare = 0.95;
-constexpr float mostAboveMedian = 10, echoMargin = 3, noiseMargin = 10; // dB
+constexpr float mostAboveMedian = 10, echoMargin = 6, noiseMargin = 10; // dB
 /// Own sound is longer than a rattle, has short stops in it, and begins and ends softly.
 constexpr std::size_t shortestOwn = 6, longestStop = 3, softEdge = 2; // steps
 

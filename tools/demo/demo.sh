@@ -86,6 +86,7 @@ join_voices() {
     "$transcribe" "$out/$lane-16k.wav" >"$out/$lane-file.txt"
   done
   [ -n "$leak" ] || return 0
+  "$judge" live "$models/openai_whisper-base" "$out/me-16k.wav" >"$out/me-live.txt"
   # 12 dB weaker and 60 ms late.
   sox "$out/them.wav" "$out/leak.wav" pad 0.06 gain -12
   sox -m -v 1 "$out/me.wav" -v 1 "$out/leak.wav" "$out/leaking.wav"
@@ -153,11 +154,13 @@ play_voices() {
   sound_play_speaker tavrin_speaker "$demo/voices/them.wav" && wait "$other"
 }
 
+# Against the same sound as a file; the microphone that hears the speaker, against the same voice alone.
 judge_voices() {
-  local lane=$1 label=$2 segments
+  local lane=$1 label=$2 way="the same sound as a file" baseline=$1-file points=5 segments
+  if [ "$lane$leak" = me1 ]; then way="the same voice alone, live" baseline=me-live points=3; fi
   segments=$(meeting_file segments.jsonl)
   heard "$segments" "$label" >"$folder/$lane.txt"
-  "$judge" lane "$label" "$demo/voices/$lane.txt" "$folder/$lane.txt" "$demo/voices/$lane-file.txt" \
+  "$judge" lane "$label" "$demo/voices/$lane.txt" "$folder/$lane.txt" "$way" "$demo/voices/$baseline.txt" "$points" \
     "$demo/voices/$lane.s16" "$(meeting_file "$lane.pcm")" >&2
 }
 

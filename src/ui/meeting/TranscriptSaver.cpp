@@ -7,7 +7,6 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QTimer>
-#include <optional>
 #include <utility>
 
 namespace tavrin {
@@ -26,9 +25,8 @@ QString kindOf(TranscriptFormat format) {
     return {};
 }
 
-/// Nothing when it went well, else the reason.
-std::optional<QString> written(const QString& path, const TranscriptSaver::Transcript& transcript,
-                               TranscriptFormat format) {
+/// Empty when it went well, else the reason.
+QString written(const QString& path, const TranscriptSaver::Transcript& transcript, TranscriptFormat format) {
     try {
         const std::filesystem::path whole = QFileInfo(path).absoluteFilePath().toStdString();
         DiskFolder folder(whole.parent_path());
@@ -39,12 +37,15 @@ std::optional<QString> written(const QString& path, const TranscriptSaver::Trans
     } catch (const std::exception& error) {
         return QString::fromUtf8(error.what());
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace
 
-TranscriptSaver::TranscriptSaver(QObject* parent) : QObject(parent) {}
+TranscriptSaver::TranscriptSaver(QObject* parent) : QObject(parent) {
+    // The thread ends before this object does; what is posted to it then is dropped with it.
+    connect(this, &TranscriptSaver::ended, this, &TranscriptSaver::tell, Qt::QueuedConnection);
+}
 
 TranscriptSaver::~TranscriptSaver() = default;
 
@@ -66,18 +67,15 @@ void TranscriptSaver::ask(QWidget& window, Transcript transcript, TranscriptForm
 void TranscriptSaver::save(const QString& path, Transcript transcript, TranscriptFormat format) {
     if (!thread) thread = std::make_unique<ThreadPool>(1, "export");
     thread->postAt(ThreadPool::now(), [this, path, format, transcript = std::move(transcript)] {
-        const auto error = written(path, transcript, format);
-        // The thread ends before this object does; what is posted to it then is dropped with it.
-        QMetaObject::invokeMethod(
-            this,
-            [this, path, error] {
-                if (error)
-                    emit failed(tr("The transcript could not be written to %1: %2.").arg(path, *error));
-                else
-                    emit saved(path);
-            },
-            Qt::QueuedConnection);
+        emit ended(path, written(path, transcript, format));
     });
+}
+
+void TranscriptSaver::tell(const QString& path, const QString& reason) {
+    if (reason.isEmpty())
+        emit saved(path);
+    else
+        emit failed(tr("The transcript could not be written to %1: %2.").arg(path, reason));
 }
 
 } // namespace tavrin

@@ -37,8 +37,12 @@ signals:
     void saved(const QString& path);
     /// Why there is no file, for the user.
     void failed(const QString& message);
+    /// From the thread that writes: an empty reason is success.
+    void ended(const QString& path, const QString& reason);
 
 private:
+    void tell(const QString& path, const QString& reason);
+
     std::unique_ptr<ThreadPool> thread; // once something is saved
 };
 
