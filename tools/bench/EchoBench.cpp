@@ -194,13 +194,18 @@ void measureTalk(const SpeechModels& models, const Talk& talk, const std::string
         return 100 * static_cast<double>(lost) / all;
     };
     const double byItself = tell("alone, 60 ms later", hear(models, alone, later(talk)));
+    double misheard = 0; // lines of Me that happen to be closer to the other side's words
     for (const double leak : leaks) {
         const std::string strength = leak > -100 ? decimal(leak, 0) + " dB" : "no leak";
         const Heard heard = hear(models, talk, microphone(talk, leak));
         const double lost = tell(strength, heard);
         if (std::ranges::find(judgedLeaks, leak) == judgedLeaks.end()) continue;
         const std::string where = ", " + name + ", " + strength;
-        report.bar("lines of Me that the other side said" + where, static_cast<double>(heard.foreign), 0, 0, "");
+        const auto foreign = static_cast<double>(heard.foreign);
+        if (leak <= -100)
+            misheard = foreign;
+        else
+            report.bar("lines not Me's, more than without a leak" + where, foreign - misheard, 0, 0, "");
         report.bar("own words lost, more than alone" + where, std::max(0.0, lost - byItself), 1, 1, "%");
     }
     report.table(table);
