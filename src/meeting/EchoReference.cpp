@@ -38,7 +38,8 @@ void EchoReference::append(std::span<const std::byte> pcm) {
         double& sum = sumsOfSquares.at(static_cast<std::size_t>(samplesSoFar) / hop % hopsOfStep);
         if (samplesSoFar % hop == 0) sum = 0;
         sum += static_cast<double>(sample) * sample;
-        if (++samplesSoFar % hop != 0 || samplesSoFar < static_cast<std::int64_t>(step)) continue;
+        ++samplesSoFar;
+        if (samplesSoFar % hop != 0 || samplesSoFar < static_cast<std::int64_t>(step)) continue;
         const float level = levelOf(std::accumulate(sumsOfSquares.begin(), sumsOfSquares.end(), 0.0));
         const float before = levels.empty() ? silence : levels.back();
         levels.push_back(std::max(level, before - (decay / hopsOfStep)));

@@ -14,7 +14,7 @@ constexpr std::int64_t earliest = -10 * step, latest = 25 * step;
 /// A sure echo tells the delay of the next ones so well.
 constexpr std::int64_t sameDelay = step;
 /// It does so for five minutes: loudspeakers are moved, and headphones put on.
-constexpr std::int64_t knownFor = 300 * 50 * step;
+constexpr std::int64_t knownFor = step * 50 * 300;
 /// What lies so far below the loudest step is a room's hiss, or a gap that the room fills.
 constexpr float heardRange = 20, saidRange = 30, ownRange = 25; // dB
 constexpr std::size_t mostOwnSteps = 5;                         // beside the other side's sound

@@ -85,15 +85,15 @@ TEST(EchoSuppressorTest, an_echo_goes_and_the_word_behind_it_and_into_it_stay) {
     EchoReference reference;
     EchoSuppressor suppressor(reference);
     std::vector<float> them = talk(1, 12);
-    std::fill(them.begin() + 8 * 16'000, them.end(), 0.0F);
+    std::fill(them.begin() + 128'000, them.end(), 0.0F);
     reference.append(pcm(them));
-    std::vector<float> heard(12 * 16'000);
+    std::vector<float> heard(them.size());
     for (std::size_t i = 960; i < heard.size(); ++i)
         heard[i] = 0.25F * them[i - 960];
     const std::vector<float> word = talk(2, 0.6);
     for (std::size_t i = 0; i < word.size(); ++i) {
-        heard[(5 * 16'000) + i] += word[i];
-        heard[(81 * 1'600) + i] += word[i];
+        heard[80'000 + i] += word[i];
+        heard[129'600 + i] += word[i];
     }
     const auto stretch = [&](double from, double to) { return part(heard, from, to, 1); };
     std::vector<float> before = stretch(5, 9);

@@ -7,6 +7,8 @@
 #include "platform/onnx/OnnxModelRuntime.h"
 #include "speech/SpeechAudio.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -200,7 +202,7 @@ void measureTalk(const SpeechModels& models, const Talk& talk, const std::string
         const Heard heard = hear(models, talk, microphone(talk, leak));
         const double lost = tell(strength, heard);
         if (std::ranges::find(judgedLeaks, leak) == judgedLeaks.end()) continue;
-        const std::string where = ", " + name + ", " + strength;
+        const std::string where = fmt::format(", {}, {}", name, strength);
         const auto foreign = static_cast<double>(heard.foreign);
         if (leak <= -100)
             misheard = foreign;
