@@ -24,6 +24,9 @@ constexpr double stepsOfOne = 5;
 /// Rooms prefer some sounds: the loudest steps of an echo tell, unless they are somebody's who talked into it.
 constexpr double loudestShare = 0.95;
 constexpr float mostAboveMedian = 10, echoMargin = 6, noiseMargin = 10; // dB
+/// An echo that should sound for so long, and is this much weaker in a third of it, is there no more.
+constexpr std::size_t leastDue = 25; // steps
+constexpr float missingBy = 12;      // dB
 /// Own sound is longer than a rattle, has short stops in it, and begins and ends softly.
 constexpr std::size_t shortestOwn = 6, longestStop = 3, softEdge = 2; // steps
 
@@ -86,13 +89,32 @@ Correlation likenessOf(std::span<const float> heard, std::span<const float> said
     return correlationOf(one, other);
 }
 
-/// By how much what is heard is louder than what was said, where both can be heard: what no step of it exceeds.
-float mostGainOf(std::span<const float> heard, std::span<const float> said) {
+struct Gain {
+    float median;
+    float most; ///< no step of the echo exceeds it
+};
+
+/// By how much what is heard is louder than what was said, where both can be heard.
+Gain gainOf(std::span<const float> heard, std::span<const float> said) {
     const float heardFloor = floorOf(heard, heardRange), saidFloor = floorOf(said, saidRange);
     std::vector<float> differences;
     for (std::size_t i = 0; i < said.size(); ++i)
         if (heard[i] > heardFloor && said[i] > saidFloor) differences.push_back(heard[i] - said[i]);
-    return echoMargin + std::min(quantile(differences, loudestShare), quantile(differences, 0.5) + mostAboveMedian);
+    const float median = quantile(differences, 0.5);
+    return {.median = median,
+            .most = echoMargin + std::min(quantile(differences, loudestShare), median + mostAboveMedian)};
+}
+
+/// An echo sounds whenever the other side does, unless somebody put headphones on.
+bool isMissing(std::span<const float> heard, std::span<const float> said, float gain) {
+    const float floor = std::max(EchoReference::silence, quantile({heard.begin(), heard.end()}, 0.05) + noiseMargin);
+    std::size_t due = 0, missing = 0;
+    for (std::size_t i = 0; i < said.size(); ++i) {
+        if (said[i] + gain <= floor) continue;
+        ++due;
+        if (heard[i] < said[i] + gain - missingBy) ++missing;
+    }
+    return due >= leastDue && 3 * missing > due;
 }
 
 /// Calls `take` with begin and end of each run of `value`.
@@ -153,8 +175,9 @@ EchoSuppressor::Match EchoSuppressor::bestMatch(std::span<const float> heard, st
             best.isLikeKnown = true;
         if (found.sure <= best.likeness) continue;
         best.likeness = found.sure;
-        if (found.sure >= sureLikeness)
-            best.echo = {.delay = delay, .mostGain = mostGainOf(heard, said), .heardAt = first};
+        if (found.sure < sureLikeness) continue;
+        const Gain gain = gainOf(heard, said);
+        best.echo = {.delay = delay, .gain = gain.median, .mostGain = gain.most, .heardAt = first};
     }
     return best;
 }
@@ -180,7 +203,10 @@ std::vector<float> EchoSuppressor::loudestEcho(std::int64_t first, std::size_t s
 EchoSuppressor::Outcome EchoSuppressor::silenceEcho(std::span<float> samples, std::int64_t first) {
     const std::vector<float> heard = levelsOf(samples);
     if (heard.empty()) return {};
-    if (auto match = bestMatch(heard, first); match.echo) known = match.echo;
+    if (auto match = bestMatch(heard, first); match.echo)
+        known = match.echo;
+    else if (known && isMissing(heard, reference.levelsFrom(first - known->delay, heard.size()), known->gain))
+        known.reset();
     if (!known || first - known->heardAt > knownFor) return {};
     const std::vector<float> echo = loudestEcho(first, heard.size());
     const std::vector<bool> own = ownSteps(heard, echo), stays = withSoftEdges(own);

@@ -39,7 +39,7 @@ public:
     [[nodiscard]] double likeness(std::span<const float> samples, std::int64_t first) const;
 
     /// Makes silent what is an echo and nothing else; the user's own words stay, with their soft beginnings.
-    /// Changes nothing as long as no echo was sure.
+    /// Changes nothing as long as no echo was sure, nor once the other side was heard without one.
     Outcome silenceEcho(std::span<float> samples, std::int64_t first);
 
     /// The same for a chunk of the microphone. `shift` is where its lane begins, in samples behind the beginning of the
@@ -50,7 +50,8 @@ public:
 private:
     struct Echo {
         std::int64_t delay;   ///< samples
-        float mostGain;       ///< dB; negative, an echo is weaker than what was said
+        float gain;           ///< dB of the step in the middle; negative, an echo is weaker than what was said
+        float mostGain;       ///< dB of the loudest steps
         std::int64_t heardAt; ///< sample
     };
     struct Match {

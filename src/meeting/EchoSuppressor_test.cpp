@@ -115,6 +115,15 @@ TEST(EchoSuppressorTest, an_echo_goes_and_the_word_behind_it_and_into_it_stay) {
     const std::vector<float> whole = own;
     EXPECT_EQ(suppressor.silenceEcho(own, 150'000).silenced, 0U) << "nobody else speaks";
     EXPECT_EQ(own, whole);
+
+    std::vector<float> over = talk(4, 2); // with pauses in which the other side is not heard any more
+    for (std::size_t i = 0; i < over.size(); ++i)
+        if (i % 16'000 > 8'000) over[i] = 0;
+    const std::vector<float> wholeOver = over;
+    EXPECT_EQ(suppressor.silenceEcho(over, 80'000).silenced, 0U) << "headphones are on";
+    EXPECT_EQ(over, wholeOver);
+    std::vector<float> next = talk(5, 1);
+    EXPECT_EQ(suppressor.silenceEcho(next, 96'000).silenced, 0U) << "and stay on";
 }
 
 /// What the microphone hears while the other side talks between two seconds of silence.
