@@ -78,11 +78,13 @@ std::size_t CutMender::wordsToHold(std::span<const std::string_view> parts, std:
 std::string CutMender::withoutHeld(const std::string& text, const std::vector<float>& samples,
                                    std::span<const TimedWord> said) {
     const double length = static_cast<double>(samples.size()) / pcmSampleRate;
-    const auto parts = words(text);
-    if (parts.size() < 2 || said.size() < 2 || said.back().end < length - hitByCut) return text;
+    auto parts = words(text);
+    for (; parts.size() > 1 && said.size() > 1 && said.back().start >= length - leastSound; parts.pop_back())
+        said = said.first(said.size() - 1);
+    if (parts.size() < 2 || said.size() < 2 || said.back().end < length - hitByCut) return joined(parts);
     const std::size_t count = wordsToHold(parts, std::min(said.size(), parts.size()) - 1);
     const double cut = std::max(said[said.size() - 1 - count].start - leadIn, 0.0);
-    if (count == 0 || cut < length - longestRest) return text;
+    if (count == 0 || cut < length - longestRest) return joined(parts);
     rest.assign(samples.begin() + static_cast<std::ptrdiff_t>(cut * pcmSampleRate), samples.end());
     held = joined(std::span(parts).last(count));
     return joined(std::span(parts).first(parts.size() - count));

@@ -18,6 +18,8 @@ public:
     static constexpr std::size_t mostHeldWords = 3;
     /// Seconds. A last word that ends earlier before the cut was not hit by it.
     static constexpr double hitByCut = 0.35;
+    /// Words that begin later before the cut have no sound: the engine made them up to end the sentence.
+    static constexpr double leastSound = 0.03;
     /// Words begin softly, before the time that is found for them.
     static constexpr double leadIn = 0.05;
     /// The most that is heard once more.
@@ -39,7 +41,7 @@ public:
 private:
     /// How many words at the end are left, up to `most`: the word before them is a long one, which is known again.
     static std::size_t wordsToHold(std::span<const std::string_view> parts, std::size_t most);
-    /// `text` without the words that are left to the next chunk.
+    /// `text` without the words that are left to the next chunk, and without those that nobody said.
     std::string withoutHeld(const std::string& text, const std::vector<float>& samples,
                             std::span<const TimedWord> said);
     /// `text` without its beginning up to the word that stands already.

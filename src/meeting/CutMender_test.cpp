@@ -56,6 +56,19 @@ TEST_F(CutMenderTest, rest_begins_at_a_word_that_is_known_again) {
     EXPECT_EQ(chunk(48'000, " out noticing the ceiling", true, false).text, "noticing the ceiling");
 }
 
+TEST_F(CutMenderTest, words_without_a_sound_at_the_cut_go) {
+    const SpeechChunk cut{.samples = std::vector<float>(48'000, 0.1F), .date = {}, .endsInForcedCut = true};
+    const std::vector<float> hearing = mender.begin(cut);
+    ChunkText heard = timed(" he might have been", hearing.size());
+    for (const char* madeUp : {" a", " little", " more."}) {
+        heard.text += madeUp;
+        heard.words.push_back({madeUp, 3, 3});
+    }
+    EXPECT_EQ(mender.end(cut, hearing, heard), "he might have");
+    index = 1;
+    EXPECT_EQ(chunk(48'000, " have been made still more", true, false).text, "been made still more");
+}
+
 TEST_F(CutMenderTest, left_words_stand_as_they_were_heard_when_nothing_better_comes) {
     EXPECT_EQ(chunk(48'000, " an ill disposed young man.", false, true).text, "an ill disposed");
     EXPECT_EQ(chunk(0, "", true, false).text, "young man.");
