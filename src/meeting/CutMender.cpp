@@ -63,6 +63,14 @@ std::string CutMender::giveUp() {
     return std::exchange(held, {});
 }
 
+/// At the end of what was said. Where that are most words, their times are not to be trusted.
+std::size_t CutMender::wordsWithoutSound(std::span<const TimedWord> said, double length) {
+    std::size_t count = 0;
+    while (count < said.size() && said[said.size() - 1 - count].start >= length - leastSound)
+        ++count;
+    return 2 * count > said.size() ? 0 : count;
+}
+
 std::size_t CutMender::wordsToHold(std::span<const std::string_view> parts, std::size_t most) {
     std::size_t best = std::min<std::size_t>(most, 1);
     std::size_t longest = 0;
@@ -79,8 +87,9 @@ std::string CutMender::withoutHeld(const std::string& text, const std::vector<fl
                                    std::span<const TimedWord> said) {
     const double length = static_cast<double>(samples.size()) / pcmSampleRate;
     auto parts = words(text);
-    for (; parts.size() > 1 && said.size() > 1 && said.back().start >= length - leastSound; parts.pop_back())
-        said = said.first(said.size() - 1);
+    const std::size_t madeUp = wordsWithoutSound(said, length);
+    said = said.first(said.size() - madeUp);
+    parts.resize(parts.size() - std::min(parts.size(), madeUp));
     if (parts.size() < 2 || said.size() < 2 || said.back().end < length - hitByCut) return joined(parts);
     const std::size_t count = wordsToHold(parts, std::min(said.size(), parts.size()) - 1);
     const double cut = std::max(said[said.size() - 1 - count].start - leadIn, 0.0);

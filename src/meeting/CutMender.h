@@ -41,6 +41,7 @@ public:
 private:
     /// How many words at the end are left, up to `most`: the word before them is a long one, which is known again.
     static std::size_t wordsToHold(std::span<const std::string_view> parts, std::size_t most);
+    static std::size_t wordsWithoutSound(std::span<const TimedWord> said, double length);
     /// `text` without the words that are left to the next chunk, and without those that nobody said.
     std::string withoutHeld(const std::string& text, const std::vector<float>& samples,
                             std::span<const TimedWord> said);

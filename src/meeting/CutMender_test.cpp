@@ -66,6 +66,11 @@ TEST_F(CutMenderTest, words_without_a_sound_at_the_cut_go) {
     }
     EXPECT_EQ(mender.end(cut, hearing, heard), "he might have");
     index = 1;
+    for (TimedWord& word : heard.words)
+        word.start = word.end = 3;
+    CutMender other;
+    EXPECT_EQ(other.end(cut, hearing, heard), "he might have been a little") << "times that tell nothing";
+    EXPECT_EQ(other.giveUp(), "more.");
     EXPECT_EQ(chunk(48'000, " have been made still more", true, false).text, "been made still more");
 }
 

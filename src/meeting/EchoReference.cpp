@@ -33,8 +33,9 @@ std::vector<float> levelsOf(std::span<const float> samples) {
 }
 
 void EchoReference::append(std::span<const std::byte> pcm) {
+    const std::vector<float> samples = samplesOfPcm(pcm);
     const std::scoped_lock lock(mutex);
-    for (const float sample : samplesOfPcm(pcm)) {
+    for (const float sample : samples) {
         double& sum = sumsOfSquares.at(static_cast<std::size_t>(samplesSoFar) / hop % hopsOfStep);
         if (samplesSoFar % hop == 0) sum = 0;
         sum += static_cast<double>(sample) * sample;

@@ -47,7 +47,7 @@ public:
         Transcribe transcribe;
         /// Writes a line into the meeting's diagnostics; from any thread.
         std::function<void(std::string)> note;
-        /// Makes silent what is not this lane's own in a chunk, before the engine hears it. May be empty.
+        /// Makes silent what is not this lane's own in a chunk, before the engine hears it; on main. May be empty.
         std::function<void(SpeechChunk&)> silenceEcho{};
     };
     /// Takes signed 16-bit little-endian samples. Any one thread at a time; copies and returns.

@@ -76,7 +76,7 @@ Theme::Theme(QApplication& /*application*/) : systemFont(QApplication::font()), 
     systemDark = looksDark(systemPalette);
     scale = systemFontScale(systemFont);
     QApplication::setStyle(std::make_unique<ThemeStyle>(*this).release()); // the application owns it
-    apply(); // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
+    apply(); // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): of the style
 }
 
 Theme::~Theme() {

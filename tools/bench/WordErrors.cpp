@@ -1,5 +1,6 @@
 #include "bench/WordErrors.h"
 
+#include "dictation/text/EditDistance.h"
 #include "support/text/Unicode.h"
 
 #include <algorithm>
@@ -118,25 +119,8 @@ std::optional<std::vector<std::string>> numberWords(std::string_view token) {
     return words;
 }
 
-std::string comparableText(std::string_view text) {
-    std::string joined;
-    for (const std::string& word : comparableWords(text))
-        joined.append(" ").append(word);
-    return joined;
-}
-
-/// The least number of letters to change, add or leave out that makes `heard` a piece of `said`.
-std::size_t changesToAPiece(std::string_view heard, std::string_view said) {
-    std::vector<std::size_t> row(said.size() + 1); // of the letters so far, ending at each place
-    for (std::size_t i = 0; i < heard.size(); ++i) {
-        std::size_t diagonal = row[0]++;
-        for (std::size_t j = 0; j < said.size(); ++j) {
-            const std::size_t changed = diagonal + (heard[i] == said[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
-        }
-    }
-    return std::ranges::min(row);
+std::u32string comparableText(std::string_view text) {
+    return codePoints(joined(comparableWords(text)));
 }
 
 } // namespace
@@ -183,9 +167,9 @@ WordErrors wordErrors(std::string_view said, std::string_view heard) {
 }
 
 bool isSaidBy(std::string_view other, std::string_view own, std::string_view heard) {
-    const std::string line = comparableText(heard);
-    const std::size_t changes = changesToAPiece(line, comparableText(other));
-    return 2 * changes <= line.size() && changes < changesToAPiece(line, comparableText(own));
+    const std::u32string line = comparableText(heard);
+    const std::size_t changes = distanceToPiece(line, comparableText(other));
+    return 2 * changes <= line.size() && changes < distanceToPiece(line, comparableText(own));
 }
 
 std::size_t lostWords(std::string_view said, std::string_view heard) {

@@ -25,7 +25,7 @@ QString kindOf(TranscriptFormat format) {
     return {};
 }
 
-/// Empty when it went well, else the reason.
+/// Null when it went well, else the reason.
 QString written(const QString& path, const TranscriptSaver::Transcript& transcript, TranscriptFormat format) {
     try {
         const std::filesystem::path whole = QFileInfo(path).absoluteFilePath().toStdString();
@@ -72,7 +72,7 @@ void TranscriptSaver::save(const QString& path, Transcript transcript, Transcrip
 }
 
 void TranscriptSaver::tell(const QString& path, const QString& reason) {
-    if (reason.isEmpty())
+    if (reason.isNull())
         emit saved(path);
     else
         emit failed(tr("The transcript could not be written to %1: %2.").arg(path, reason));

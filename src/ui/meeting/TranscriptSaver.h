@@ -37,7 +37,7 @@ signals:
     void saved(const QString& path);
     /// Why there is no file, for the user.
     void failed(const QString& message);
-    /// From the thread that writes: an empty reason is success.
+    /// For this object alone, from the thread that writes: a null reason is success.
     void ended(const QString& path, const QString& reason);
 
 private:
