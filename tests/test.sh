@@ -21,6 +21,11 @@ build asan unit_tests fuzzers
 build tsan thread_tests
 
 results=$(mktemp -d "${TMPDIR:-/tmp}/tavrin-test.XXXXXX")
+# what_failed LOG: what the tests in it say was wrong, or its end.
+what_failed() {
+  grep -hE -A 6 ': Failure$|ERROR: [A-Z][a-z]+Sanitizer|runtime error:|\*\*\*(Failed|Timeout)' "$1" ||
+    grep -h -A 30 '^FAILED' "$1" || tail -n 40 "$1"
+}
 # suite NAME COMMAND...: one line per suite, its output only if it fails.
 suite() {
   local name=$1 log begin=$SECONDS
@@ -32,8 +37,7 @@ suite() {
   else
     echo "$name" >>"$results/failed"
     say "FAILED  $name ($((SECONDS - begin)) s)"
-    tail -n 80 "$log" >&2
-    grep -hE -B 4 '^\[  FAILED  \].*\(|ERROR: [A-Z][a-z]+Sanitizer' "$log" | head -n 60 >>"$results/why" || true
+    what_failed "$log" | head -n 40 | tee -a "$results/why" >&2 || true
   fi
 }
 

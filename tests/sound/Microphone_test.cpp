@@ -94,7 +94,7 @@ TEST_F(MicrophoneTest, speakers_are_never_recorded_even_when_the_last_microphone
 TEST_F(MicrophoneTest, another_default_stops_the_engine_and_start_takes_it) {
     start();
     services("sound_add_microphone another && sound_default_microphone another");
-    EXPECT_TRUE(eventually(3s, [&] { return !engine.isRunning(); }));
+    EXPECT_TRUE(eventually(5s, [&] { return !engine.isRunning(); }));
     engine.start();
     EXPECT_TRUE(engine.isRunning());
     const Player player("sound_play_microphone another '" + toneFile(left, right) + "'");

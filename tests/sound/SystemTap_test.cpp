@@ -139,7 +139,7 @@ class BothLanesTest : public SoundTest, public testing::WithParamInterface<Way> 
 /// A microphone made of what the speaker plays hears a click when the system lane does.
 TEST_P(BothLanesTest, one_click_has_one_time_and_recording_costs_little) {
     services("sound_add_echo echo && sound_default_microphone echo");
-    ASSERT_TRUE(eventually(2s, [&] { return server.snapshot()->defaultSource == "echo"; }));
+    ASSERT_TRUE(eventually(2s, [&] { return server.snapshot()->defaults.source == "echo"; }));
     Recorder heard, played;
     PulseAudioEngine engine(server);
     LinuxSystemAudioTap tap(server, GetParam());

@@ -13,12 +13,6 @@ std::string text(const char* given) {
     return given == nullptr ? std::string() : std::string(given);
 }
 
-/// Names such as @DEFAULT_SOURCE@ stand for a device that the server would choose; only a real name will do.
-std::string resolved(const char* given) {
-    const std::string name = text(given);
-    return name.contains('@') ? std::string() : name;
-}
-
 std::string_view property(const pa_proplist* properties, const char* key) {
     const char* found = pa_proplist_gets(properties, key);
     return found == nullptr ? std::string_view() : std::string_view(found);
@@ -62,15 +56,14 @@ struct PulseInventory::Callbacks {
     static void server(pa_context*, const pa_server_info* info, void* self) {
         auto& gathered = static_cast<PulseInventory*>(self)->gathered;
         if (info == nullptr) return;
-        gathered.defaultSink = resolved(info->default_sink_name);
-        gathered.defaultSource = resolved(info->default_source_name);
+        gathered.defaults = defaultsOf(*info);
         gathered.isPipeWire = text(info->server_name).contains("PipeWire");
     }
 
     static void sink(pa_context*, const pa_sink_info* info, int end, void* self) {
         if (end != 0 || info == nullptr) return;
         auto device = describe(*info);
-        device.monitor = resolved(info->monitor_source_name);
+        device.monitor = text(info->monitor_source_name);
         static_cast<PulseInventory*>(self)->gathered.sinks.push_back(std::move(device));
     }
 
@@ -92,11 +85,6 @@ void PulseInventory::refresh(pa_context* context) {
         askAgain = true;
     else
         ask(context);
-}
-
-bool PulseInventory::agrees(const pa_server_info& info, const PulseSnapshot& snapshot) {
-    return resolved(info.default_sink_name) == snapshot.defaultSink &&
-           resolved(info.default_source_name) == snapshot.defaultSource;
 }
 
 void PulseInventory::forget() {

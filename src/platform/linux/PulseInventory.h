@@ -5,7 +5,6 @@
 #include <functional>
 
 struct pa_context;
-struct pa_server_info;
 
 namespace tavrin {
 
@@ -17,8 +16,6 @@ public:
     explicit PulseInventory(std::function<void(PulseSnapshot)> told);
 
     void refresh(pa_context* context);
-    /// Whether the defaults are still those of the snapshot.
-    [[nodiscard]] static bool agrees(const pa_server_info& info, const PulseSnapshot& snapshot);
     /// The connection is gone: what was asked will not be answered.
     void forget();
 

@@ -59,11 +59,12 @@ PulseRecordStream::PulseRecordStream(PulseServer& owner, Source from, std::size_
     if (stream == nullptr) throw std::runtime_error(pa_strerror(pa_context_errno(context)));
     pa_stream_set_state_callback(stream, Callbacks::state, this);
     pa_stream_set_read_callback(stream, Callbacks::read, this);
+    server.recordingBegins();
     connect(fragment);
 }
 
 PulseRecordStream::~PulseRecordStream() {
-    if (stream == nullptr) return;
+    server.recordingEnds();
     pa_stream_set_state_callback(stream, nullptr, nullptr);
     pa_stream_set_read_callback(stream, nullptr, nullptr);
     pa_stream_disconnect(stream);

@@ -46,6 +46,7 @@ struct PulseServer::Callbacks {
     }
 
     static void event(pa_context* context, pa_subscription_event_type_t, std::uint32_t, void* self) {
+        of(self).probe.changed(now());
         of(self).inventory.refresh(context);
     }
 
@@ -53,8 +54,7 @@ struct PulseServer::Callbacks {
     static void answer(pa_context* context, const pa_server_info* info, void* self) {
         of(self).isAsked = false;
         of(self).since = now();
-        if (info != nullptr && !PulseInventory::agrees(*info, *of(self).snapshot()))
-            of(self).inventory.refresh(context);
+        if (info != nullptr && defaultsOf(*info) != of(self).told) of(self).inventory.refresh(context);
     }
 
     static void timer(pa_mainloop_api*, pa_time_event*, const timeval*, void* self) { of(self).tick(); }
@@ -68,7 +68,8 @@ PulseServer::Lock::~Lock() {
 }
 
 PulseServer::PulseServer(Duration firstAnswer)
-    : loop(pa_threaded_mainloop_new()), inventory([this](PulseSnapshot told) { accept(std::move(told)); }) {
+    : loop(pa_threaded_mainloop_new()), inventory([this](PulseSnapshot found) { accept(std::move(found)); }),
+      probe([this] { inventory.refresh(context); }) {
     if (loop == nullptr) throw std::runtime_error("no main loop for sound");
     pa_threaded_mainloop_set_name(loop, "tavrin-sound");
     connect();
@@ -157,6 +158,7 @@ void PulseServer::drop() {
     pa_context_disconnect(context);
     pa_context_unref(std::exchange(context, nullptr));
     inventory.forget();
+    probe.forget();
     isAsked = false;
 }
 
@@ -167,21 +169,23 @@ void PulseServer::lose(const char* reason) {
     publish({});
 }
 
-void PulseServer::accept(PulseSnapshot told) {
+void PulseServer::accept(PulseSnapshot snapshot) {
     if (status != Status::connected) {
-        log.info("sound server connected: {} outputs, {} sources{}", told.sinks.size(), told.sources.size(),
-                 told.isPipeWire ? ", PipeWire" : "");
+        log.info("sound server connected: {} outputs, {} sources{}", snapshot.sinks.size(), snapshot.sources.size(),
+                 snapshot.isPipeWire ? ", PipeWire" : "");
         status = Status::connected;
         since = now();
         isFailureTold = false;
     }
-    publish(std::move(told));
+    told = snapshot.defaults;
+    snapshot.defaults = probe.corrected(told);
+    publish(std::move(snapshot));
 }
 
-void PulseServer::publish(PulseSnapshot told) {
+void PulseServer::publish(PulseSnapshot snapshot) {
     {
         const std::scoped_lock guard(mutex);
-        if (told != *latest) latest = std::make_shared<const PulseSnapshot>(std::move(told));
+        if (snapshot != *latest) latest = std::make_shared<const PulseSnapshot>(std::move(snapshot));
     }
     changed.notify_all();
     checkClients();
@@ -189,6 +193,10 @@ void PulseServer::publish(PulseSnapshot told) {
 
 void PulseServer::tick() {
     watch(now());
+    if (status == Status::connected && recordings > 0 && snapshot()->isPipeWire)
+        probe.tick(pa_threaded_mainloop_get_api(loop), now(), told);
+    else
+        probe.rest();
     checkClients();
     pa_context_rttime_restart(context, timer, pa_rtclock_now() + tickMicroseconds);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/PulseDefaults.h"
 #include "platform/linux/PulseInventory.h"
 #include "platform/linux/PulseSnapshot.h"
 #include "support/time/Time.h"
@@ -21,7 +22,8 @@ namespace tavrin {
 /// The one connection of this program to a sound server that speaks the PulseAudio protocol.
 ///
 /// It connects by itself and, once the server went or stopped answering, tries again every second. A server that hangs
-/// is noticed within four seconds, since it says nothing of it.
+/// is noticed within four seconds, since it says nothing of it. While something records, the defaults are looked up
+/// over a second connection, too, where the first may not be told of a change.
 /// Thread: any, unless said otherwise. Callbacks of the library run on a thread of its own, the loop.
 /// Life:   outlives all that stands on it.
 class PulseServer final {
@@ -67,6 +69,9 @@ public:
     [[nodiscard]] pa_context* connection() const;
     void add(Client& client);
     void remove(Client& client);
+    /// Holding the lock, or on the loop: while there are recordings, no change of the defaults may be missed.
+    void recordingBegins() { ++recordings; }
+    void recordingEnds() { --recordings; }
 
 private:
     enum class Status : std::uint8_t { down, connecting, connected };
@@ -74,8 +79,8 @@ private:
     void connect();
     void drop();
     void lose(const char* reason);
-    void accept(PulseSnapshot told);
-    void publish(PulseSnapshot told);
+    void accept(PulseSnapshot snapshot);
+    void publish(PulseSnapshot snapshot);
     void tick();
     void watch(SteadyInstant now);
     void checkClients();
@@ -86,7 +91,10 @@ private:
     pa_context* context = nullptr;
     pa_time_event* timer = nullptr;
     PulseInventory inventory;
+    PulseDefaults told; ///< to this connection
+    PulseDefaultsProbe probe;
     std::vector<Client*> clients;
+    int recordings = 0;
     SteadyInstant since; ///< connecting, or down, or asked whether it still answers
     bool isAsked = false;
     bool isFailureTold = false;

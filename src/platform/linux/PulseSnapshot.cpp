@@ -14,11 +14,11 @@ const PulseSnapshot::Device* named(const std::vector<PulseSnapshot::Device>& dev
 } // namespace
 
 const PulseSnapshot::Device* PulseSnapshot::speaker() const {
-    return named(sinks, defaultSink);
+    return named(sinks, defaults.sink);
 }
 
 const PulseSnapshot::Device* PulseSnapshot::microphone() const {
-    const Device* source = named(sources, defaultSource);
+    const Device* source = named(sources, defaults.source);
     return source != nullptr && !source->isMonitor ? source : nullptr;
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/AudioBuffer.h"
 #include "platform/AudioDevices.h"
+#include "platform/linux/PulseDefaults.h"
 
 #include <string>
 #include <vector>
@@ -25,7 +26,7 @@ struct PulseSnapshot {
     /// Another server speaks the same protocol in front of its own: the name tells.
     bool isPipeWire = false;
     std::vector<Device> sinks, sources;
-    std::string defaultSink, defaultSource;
+    PulseDefaults defaults;
 
     bool operator==(const PulseSnapshot&) const = default;
 
