@@ -128,7 +128,7 @@ void DiagnosticsLogger::State::add(Date now, std::string_view kind, const Json& 
     if (!sessionStart) return;
     Json event = Json::object();
     event["timestamp"] = now.secondsSince(*sessionStart);
-    event["wallClock"] = iso8601(now, IsoPrecision::milliseconds);
+    event["wallClock"] = iso8601(now);
     event["kind"] = kind;
     event.update(fields);
     waiting += waiting.empty() && !isOpened ? "[\n" : ",\n";

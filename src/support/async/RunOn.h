@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <stop_token>
 #include <utility>
 
@@ -68,17 +67,11 @@ private:
     Resumption& waiter;
 };
 
-struct ForwardStop {
-    std::stop_source to;
-    void operator()() { to.request_stop(); }
-};
-
 /// What runOn waits on.
 template <class R, class Work>
 class RemoteWait final : public Suspension {
 public:
-    RemoteWait(Executor& target, Work&& remoteWork, std::stop_token stopToken)
-        : where(target), work(std::move(remoteWork)), outerStop(std::move(stopToken)) {}
+    RemoteWait(Executor& target, Work&& remoteWork) : where(target), work(std::move(remoteWork)) {}
     ~RemoteWait() {
         if (shared) shared->abandon();
     }
@@ -88,7 +81,6 @@ public:
 private:
     std::coroutine_handle<> begin() override {
         shared = std::make_shared<RemoteWork<R>>(resumption);
-        forward.emplace(std::move(outerStop), ForwardStop{shared->stop});
         where.post(
             [state = shared, job = std::move(work)]() mutable { RemoteWork<R>::perform(state, std::move(job)); });
         return std::noop_coroutine();
@@ -96,9 +88,7 @@ private:
 
     Executor& where;
     Work work;
-    std::stop_token outerStop;
     std::shared_ptr<RemoteWork<R>> shared;
-    std::optional<std::stop_callback<ForwardStop>> forward;
 };
 
 } // namespace detail
@@ -110,14 +100,14 @@ private:
 ///          on the thread of the work.
 /// Cancel:  destroying the awaiting task returns at once. Work that has not begun never begins; the token of work
 ///          that runs is told to stop, and nothing waits for its end: what it uses must outlive it, so let it own
-///          its data. `stop` tells the same token without cancelling: the result is then still awaited.
+///          its data.
 /// Lifetime: the captures of `work` are destroyed on `where`, before the result comes home. When `where` dies before
 ///          the work has begun, the task waits until it is cancelled.
 template <class Work>
     requires std::invocable<Work&, std::stop_token>
-Task<std::invoke_result_t<Work&, std::stop_token>> runOn(Executor& where, Work work, std::stop_token stop = {}) {
+Task<std::invoke_result_t<Work&, std::stop_token>> runOn(Executor& where, Work work) {
     using R = std::invoke_result_t<Work&, std::stop_token>;
-    co_return co_await detail::RemoteWait<R, Work>(where, std::move(work), std::move(stop));
+    co_return co_await detail::RemoteWait<R, Work>(where, std::move(work));
 }
 
 } // namespace tavrin

@@ -1,4 +1,3 @@
-#include "support/async/Event.h"
 #include "support/async/Race.h"
 #include "support/async/RunOn.h"
 #include "support/async/SerialExecutor.h"
@@ -18,14 +17,12 @@ using testing::ElementsAre;
 
 constexpr auto patience = 20s; // only ever waited out by a test that fails
 
-class RunOnTest : public TaskTest {
-protected:
-    Executor& worker = time.addExecutor();
-};
+using RunOnTest = TaskTest;
 
 TEST_F(RunOnTest, work_runs_there_and_its_result_comes_home_after_its_captures_are_gone) {
-    tasks->spawn([this]() -> Task<void> {
-        const auto result = co_await runOn(worker, [this, local = Local(log, "capture")](const std::stop_token&) {
+    Executor& worker = time.addExecutor();
+    tasks->spawn([&]() -> Task<void> {
+        const auto result = co_await runOn(worker, [&, local = Local(log, "capture")](const std::stop_token&) {
             EXPECT_TRUE(worker.isCurrent());
             return std::make_unique<int>(3);
         });
@@ -41,95 +38,38 @@ TEST_F(RunOnTest, work_runs_there_and_its_result_comes_home_after_its_captures_a
     EXPECT_THAT(log, ElementsAre("capture gone", "3", "over there"));
 }
 
-TEST_F(RunOnTest, an_outer_stop_tells_the_work_whose_result_is_still_awaited) {
-    std::stop_source stop;
-    std::vector<bool> told;
-    tasks->spawn([&]() -> Task<void> {
-        told.push_back(
-            co_await runOn(worker, [](const std::stop_token& t) { return t.stop_requested(); }, stop.get_token()));
-    });
-    time.stall(worker, 1s);
-    time.runUntilIdle();
-    stop.request_stop();
-    time.advance(1s);
-    EXPECT_THAT(told, ElementsAre(true));
-}
-
-/// Real threads: a home executor and another one for the work.
-class RunOnThreadsTest : public testing::Test {
-protected:
-    /// Spawns at home, waits until the task says that it is through, then clears the scope.
-    template <class Function>
-    void runAtHome(Function function) {
-        std::promise<void> through;
-        TaskScope tasks(home);
-        home.runAndWait([&] {
-            tasks.spawn([&]() -> Task<void> {
-                co_await function();
-                through.set_value();
-            });
-        });
-        EXPECT_EQ(through.get_future().wait_for(patience), std::future_status::ready);
-        home.runAndWait([&] { tasks.clear(); });
-    }
-
-    ThreadPool pool{4};
-    SerialExecutor home{pool};
-    SerialExecutor worker{pool};
-};
-
-TEST_F(RunOnThreadsTest, a_loser_in_the_middle_of_its_work_is_told_to_stop_and_not_waited_for) {
+TEST(RunOnThreads, cancelled_work_is_told_to_stop_is_not_waited_for_and_may_outlive_its_home_executor) {
+    ThreadPool pool(2);
+    SerialExecutor worker(pool);
     std::binary_semaphore working(0);
     std::binary_semaphore mayEnd(0);
     std::atomic<bool> wasTold = false;
-    Event begun;
-    const auto slow = [&](const std::stop_token& stop) {
-        working.release();
-        home.post([&] { begun.set(); });
-        EXPECT_TRUE(mayEnd.try_acquire_for(patience)); // let go by the caller, so the race did not wait for this
-        wasTold = stop.stop_requested();
-        return std::string("a result that nobody takes");
-    };
-    runAtHome([&]() -> Task<void> {
-        const auto begin = [](Event& event) -> Task<int> {
-            co_await event.wait();
-            co_return 1;
-        };
-        const auto winner = co_await race(runOn(worker, slow), begin(begun));
-        EXPECT_EQ(winner.index(), 1);
-        EXPECT_TRUE(home.isCurrent());
-        EXPECT_TRUE(working.try_acquire());
-        mayEnd.release();
-    });
-    worker.runAndWait([] {});
-    EXPECT_TRUE(wasTold);
-}
-
-TEST_F(RunOnThreadsTest, work_that_outlives_the_home_executor_of_its_cancelled_task_leaves_it_alone) {
-    std::binary_semaphore working(0);
-    std::binary_semaphore mayEnd(0);
-    auto ownHome = std::make_unique<SerialExecutor>(pool);
-    auto tasks = std::make_unique<TaskScope>(*ownHome);
-    ownHome->runAndWait([&] {
+    auto home = std::make_unique<SerialExecutor>(pool);
+    auto tasks = std::make_unique<TaskScope>(*home);
+    home->runAndWait([&] {
         tasks->spawn([&]() -> Task<void> {
-            co_await runOn(worker, [&](const std::stop_token&) {
+            co_await runOn(worker, [&](const std::stop_token& stop) {
                 working.release();
-                EXPECT_TRUE(mayEnd.try_acquire_for(patience));
+                EXPECT_TRUE(mayEnd.try_acquire_for(patience)); // let go below, so nothing waits for the end of this
+                wasTold = stop.stop_requested();
             });
             ADD_FAILURE();
         });
     });
     ASSERT_TRUE(working.try_acquire_for(patience));
-    ownHome->runAndWait([&] { tasks.reset(); });
-    ownHome.reset();
+    home->runAndWait([&] { tasks.reset(); });
+    home.reset();
     mayEnd.release();
     worker.runAndWait([] {});
+    EXPECT_TRUE(wasTold);
 }
 
-TEST_F(RunOnThreadsTest, results_errors_and_cancellations_in_any_order_meet_no_race) {
+TEST(RunOnThreads, results_errors_and_cancellations_in_any_order_meet_no_race) {
     int results = 0;
     int errors = 0;
     int timeouts = 0;
+    ThreadPool pool(4);
+    SerialExecutor home(pool);
     std::vector<std::unique_ptr<SerialExecutor>> workers;
     workers.reserve(8);
     for (int i = 0; i < 8; ++i)
@@ -142,7 +82,9 @@ TEST_F(RunOnThreadsTest, results_errors_and_cancellations_in_any_order_meet_no_r
             return std::vector<int>(100, number);
         };
     };
-    runAtHome([&]() -> Task<void> {
+    std::promise<void> through;
+    TaskScope tasks(home);
+    const auto runAll = [&]() -> Task<void> {
         for (int i = 0; i < 400; ++i) {
             try {
                 const auto result = co_await race(runOn(*workers[i % 8], work(i)), std::chrono::microseconds(i % 100));
@@ -152,7 +94,11 @@ TEST_F(RunOnThreadsTest, results_errors_and_cancellations_in_any_order_meet_no_r
                 errors += std::string_view(error.what()).size() == 100 ? 1 : 0;
             }
         }
-    });
+        through.set_value();
+    };
+    home.runAndWait([&] { tasks.spawn(runAll()); });
+    EXPECT_EQ(through.get_future().wait_for(patience), std::future_status::ready);
+    home.runAndWait([&] { tasks.clear(); });
     EXPECT_EQ(results + errors + timeouts, 400);
 }
 

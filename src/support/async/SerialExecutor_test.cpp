@@ -105,14 +105,6 @@ TEST_F(SerialExecutorTest, a_job_may_destroy_its_own_executor) {
     EXPECT_EQ(ended.get_future().wait_for(patience), std::future_status::ready);
 }
 
-TEST_F(SerialExecutorTest, run_and_wait_runs_at_once_on_the_executor_itself) {
-    SerialExecutor executor(pool);
-    bool isInside = false;
-    executor.runAndWait([&] { executor.runAndWait([&] { isInside = executor.isCurrent(); }); });
-    EXPECT_TRUE(isInside);
-    EXPECT_FALSE(executor.isCurrent());
-}
-
 TEST(SerialExecutor, a_busy_one_leaves_room_for_others_on_a_single_thread) {
     ThreadPool pool(1);
     SerialExecutor busy(pool);

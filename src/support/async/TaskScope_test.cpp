@@ -26,17 +26,6 @@ private:
     std::function<void()> atExit;
 };
 
-TEST_F(TaskScopeTest, clearing_destroys_the_newest_first_and_new_tasks_may_follow) {
-    tasks->spawn(noteAfter(1s, "a"));
-    tasks->spawn(noteAfter(1s, "b"));
-    time.runUntilIdle();
-    tasks->clear();
-    EXPECT_EQ(time.pendingJobs(), 0);
-    tasks->spawn(noteAfter(1s, "c"));
-    time.advance(1s);
-    EXPECT_THAT(log, ElementsAre("b gone", "a gone", "c", "c gone"));
-}
-
 TEST_F(TaskScopeTest, a_task_that_clears_its_own_scope_runs_to_its_next_suspension_and_no_further) {
     struct Next {
         const char* name;
@@ -166,15 +155,6 @@ TEST_F(TaskScopeTest, without_a_handler_an_escaping_exception_ends_the_program) 
     TaskScope scope(time.main());
     scope.spawn(throwAfter(0s, "nobody handles this"));
     EXPECT_DEATH(time.runUntilIdle(), "nobody handles this");
-}
-
-TEST_F(TaskScopeTest, a_spawned_lambda_keeps_its_captures_until_the_task_has_ended) {
-    tasks->spawn([this, local = Local(log, "capture")]() -> Task<void> { co_await noteAfter(1s, "work"); });
-    tasks->spawn([local = Local(log, "cancelled capture")]() -> Task<void> { co_await sleepFor(1h); });
-    time.advance(1s);
-    EXPECT_THAT(log, ElementsAre("work", "work gone", "capture gone"));
-    tasks->clear();
-    EXPECT_EQ(log.back(), "cancelled capture gone");
 }
 
 } // namespace

@@ -20,38 +20,6 @@ Task<int> immediately(int value) {
     co_return value;
 }
 
-TEST_F(TaskTest, parents_go_on_in_jobs_of_their_own_in_a_fixed_order) {
-    const auto parent = [this](std::string name) -> Task<void> {
-        log.push_back(name + " begins");
-        EXPECT_EQ(co_await immediately(1), 1);
-        log.push_back(name + " goes on");
-    };
-    tasks->spawn(parent("a"));
-    tasks->spawn(parent("b"));
-    time.main().post([this] { log.emplace_back("job"); });
-    EXPECT_THAT(log, IsEmpty());
-    time.runUntilIdle();
-    EXPECT_THAT(log, ElementsAre("a begins", "b begins", "job", "a goes on", "b goes on"));
-}
-
-TEST_F(TaskTest, an_exception_passes_through_awaits_and_destroys_what_it_leaves) {
-    const auto middle = [this]() -> Task<std::unique_ptr<int>> {
-        const Local local(log, "middle");
-        co_await throwAfter(1s, "deep");
-        co_return nullptr;
-    };
-    tasks->spawn([&]() -> Task<void> {
-        try {
-            co_await middle();
-        } catch (const std::runtime_error& error) {
-            log.emplace_back(error.what());
-        }
-    });
-    time.advance(1s);
-    EXPECT_THAT(log, ElementsAre("middle gone", "deep"));
-    EXPECT_THAT(errors, IsEmpty());
-}
-
 TEST_F(TaskTest, a_hundred_thousand_children_one_after_another_do_not_grow_the_stack) {
     std::uintptr_t lowest = UINTPTR_MAX;
     std::uintptr_t highest = 0;
@@ -69,30 +37,6 @@ TEST_F(TaskTest, a_hundred_thousand_children_one_after_another_do_not_grow_the_s
     time.advance(1s);
     EXPECT_EQ(sum, 100'000);
     EXPECT_LT(highest - lowest, 4096);
-}
-
-TEST_F(TaskTest, ten_thousand_nested_children_end_one_by_one) {
-    std::function<Task<int>(int)> nested = [&](int depth) -> Task<int> {
-        if (depth > 0) co_return 1 + co_await nested(depth - 1);
-        co_await sleepFor(1s);
-        co_return 0;
-    };
-    int result = 0;
-    tasks->spawn([&]() -> Task<void> { result = co_await nested(10'000); });
-    time.advance(1s);
-    EXPECT_EQ(result, 10'000);
-}
-
-TEST_F(TaskTest, a_task_that_was_never_awaited_runs_nothing_and_frees_its_arguments) {
-    const auto work = [this](Local) -> Task<void> {
-        log.emplace_back("ran");
-        co_return;
-    };
-    Task<void> task = work(Local(log, "first"));
-    task = work(Local(log, "second"));
-    EXPECT_THAT(log, ElementsAre("first gone"));
-    const Task<void> moved = std::move(task);
-    EXPECT_EQ(log.size(), 1);
 }
 
 TEST_F(TaskTest, cancelling_ends_it_at_once_in_whatever_state_it_is) {
@@ -195,5 +139,24 @@ TEST_F(TaskTest, an_event_lets_its_waiters_go_in_the_order_in_which_they_came) {
     EXPECT_EQ(log.size(), 3);
 }
 
+TEST_F(TaskTest, an_exception_passes_through_awaits_and_destroys_what_it_leaves) {
+    const auto middle = [this]() -> Task<std::unique_ptr<int>> {
+        const Local local(log, "middle");
+        co_await throwAfter(1s, "deep");
+        co_return nullptr;
+    };
+    tasks->spawn([&]() -> Task<void> {
+        try {
+            co_await middle();
+        } catch (const std::runtime_error& error) {
+            log.emplace_back(error.what());
+        }
+    });
+    time.advance(1s);
+    EXPECT_THAT(log, ElementsAre("middle gone", "deep"));
+    EXPECT_THAT(errors, IsEmpty());
+}
+
 } // namespace
+
 } // namespace tavrin

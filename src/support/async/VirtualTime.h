@@ -36,9 +36,6 @@ public:
     [[nodiscard]] const SteadyClock& steadyClock() const { return steady; }
     [[nodiscard]] const WallClock& wallClock() const { return wall; }
 
-    /// Sets the date forward or back, as a user would; no deadline moves.
-    void shiftWallClock(Duration by) { dateAtStart += by; }
-
     /// Runs what is due now and what that posts, until nothing is left at this moment.
     void runUntilIdle() { advance(Duration::zero()); }
 
@@ -78,7 +75,7 @@ private:
     const Steady steady{*this};
     const Wall wall{*this};
     SteadyInstant time = startOfTime;
-    Date dateAtStart;
+    const Date dateAtStart;
     std::uint64_t serials = 0;
     int jobsNow = 0; // run at this moment
     const Line* running = nullptr;

@@ -31,7 +31,6 @@ Path folder(const XdgFolders::Environment& environment, const char* name, const 
 XdgFolders::XdgFolders(const Environment& environment)
     : data(folder(environment, "XDG_DATA_HOME", ".local/share")),
       config(folder(environment, "XDG_CONFIG_HOME", ".config")), cache(folder(environment, "XDG_CACHE_HOME", ".cache")),
-      state(folder(environment, "XDG_STATE_HOME", ".local/state")),
       runtimeFolder(absolutePath(environment, "XDG_RUNTIME_DIR")) {}
 
 XdgFolders XdgFolders::ofThisUser() {

@@ -24,7 +24,6 @@ public:
     const Path& dataHome() const { return data; }
     const Path& configHome() const { return config; }
     const Path& cacheHome() const { return cache; }
-    const Path& stateHome() const { return state; }
     /// Sockets and the like; absent outside a login session.
     const std::optional<Path>& runtime() const { return runtimeFolder; }
 
@@ -39,7 +38,6 @@ private:
     Path data;
     Path config;
     Path cache;
-    Path state;
     std::optional<Path> runtimeFolder;
 };
 

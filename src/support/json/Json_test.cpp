@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cerrno>
 #include <cmath>
 
 namespace tavrin {
@@ -26,22 +25,22 @@ TEST(Json, hostile_texts_are_refused_with_their_source_and_never_quoted) {
     }
 }
 
-TEST(Json, limits_are_inclusive_and_brackets_in_strings_do_not_count) {
+TEST(Json, limits_are_inclusive_and_a_file_beyond_them_is_damaged_while_a_missing_one_is_not) {
     EXPECT_NO_THROW(parseJson(std::string(64, '[') + std::string(64, ']'), "t"));
     EXPECT_NO_THROW(parseJson(R"(["[[[[\"[[[["])", "t", {.depth = 1}));
     EXPECT_NO_THROW(parseJson("[12]", "t", {.bytes = 4}));
     EXPECT_THROW(parseJson("[123]", "t", {.bytes = 4}), JsonError);
+    MemoryFolder folder;
+    folder.writeAtomically("large.json", "[123]");
+    EXPECT_THROW(readJson(folder, "large.json", {.bytes = 4}), JsonError);
+    EXPECT_THROW(readJson(folder, "missing.json"), FileError);
 }
 
 TEST(Json, getters_give_nothing_for_the_wrong_type) {
     const Json object = parseJson(R"({"s":"é","b":true,"n":1.5,"whole":3.0,"i":-7,"big":18446744073709551615,
         "top":9223372036854775807,"over":9223372036854775808,"float":1e300,"null":null,"a":[1],"o":{"k":1}})",
                                   "t");
-    EXPECT_EQ(stringAt(object, "s"), "é");
-    EXPECT_EQ(boolAt(object, "b"), true);
-    EXPECT_EQ(numberAt(object, "n"), 1.5);
     EXPECT_EQ(numberAt(object, "i"), -7.0);
-    EXPECT_EQ(integerAt(object, "i"), -7);
     EXPECT_EQ(integerAt(object, "whole"), 3);
     EXPECT_EQ(integerAt(object, "top"), std::numeric_limits<std::int64_t>::max());
     for (const char* key : {"n", "big", "over", "float", "s", "b", "null", "a", "missing"})
@@ -53,8 +52,6 @@ TEST(Json, getters_give_nothing_for_the_wrong_type) {
         EXPECT_EQ(arrayAt(object, key), nullptr) << key;
     }
     EXPECT_EQ(objectAt(object, "a"), nullptr);
-    EXPECT_EQ(integerAt(*objectAt(object, "o"), "k"), 1);
-    EXPECT_EQ(arrayAt(object, "a")->size(), 1u);
     EXPECT_EQ(stringAt(parseJson("[1]", "t"), "s"), std::nullopt);
     EXPECT_EQ(numberIn(Json(std::nan(""))), std::nullopt);
     EXPECT_EQ(integerIn(Json(HUGE_VAL)), std::nullopt);
@@ -67,21 +64,6 @@ TEST(Json, writing_keeps_the_order_of_keys_and_never_throws) {
     EXPECT_EQ(compactText(object), "{\"z\":\"a\ufffd\",\"a\":null}");
     EXPECT_EQ(prettyText(object), "{\n  \"z\": \"a\ufffd\",\n  \"a\": null\n}\n");
     EXPECT_EQ(compactText(parseJson(R"({"z":0.1,"b":-0.0,"a":"\u00e9\n"})", "t")), R"({"z":0.1,"b":-0.0,"a":"é\n"})");
-}
-
-TEST(Json, a_file_is_named_in_its_error) {
-    MemoryFolder folder;
-    folder.writeAtomically("good.json", "{\"a\":1}");
-    folder.writeAtomically("bad.json", "{\"a\":");
-    EXPECT_EQ(integerAt(readJson(folder, "good.json"), "a"), 1);
-    EXPECT_THROW(readJson(folder, "missing.json"), FileError);
-    EXPECT_THROW(readJson(folder, "good.json", {.bytes = 6}), JsonError);
-    try {
-        readJson(folder, "bad.json");
-        FAIL();
-    } catch (const JsonError& error) {
-        EXPECT_EQ(error.source(), folder.location("bad.json").string());
-    }
 }
 
 } // namespace

@@ -71,14 +71,6 @@ public:
                                         u_errorName(status));
     }
 
-    /// -1 if no group has this name.
-    std::int32_t groupNumber(std::string_view name) const {
-        UErrorCode status = U_ZERO_ERROR;
-        const icu::UnicodeString wanted = icu::UnicodeString::fromUTF8(name);
-        const std::int32_t number = pattern->groupNumberFromName(wanted, status);
-        return U_FAILURE(status) ? -1 : number;
-    }
-
     std::string source;
     std::unique_ptr<const icu::RegexPattern> pattern;
 };
@@ -94,10 +86,6 @@ public:
         if (U_FAILURE(status)) throw std::runtime_error(std::string("regular expression: ") + u_errorName(status));
     }
 
-    bool matchesWhole() {
-        UErrorCode status = U_ZERO_ERROR;
-        return isHit(matcher->matches(status), status);
-    }
     bool findNext() {
         UErrorCode status = U_ZERO_ERROR;
         return isHit(matcher->find(status), status);
@@ -121,7 +109,7 @@ public:
             else
                 ranges.emplace_back(ByteRange{converted.byteAt(begin), converted.byteAt(end)});
         }
-        return {subject, std::move(ranges), compiled};
+        return {subject, std::move(ranges)};
     }
 
 private:
@@ -144,10 +132,6 @@ Regex::Regex(const Regex&) = default;
 Regex::Regex(Regex&&) noexcept = default;
 Regex& Regex::operator=(const Regex&) = default;
 Regex& Regex::operator=(Regex&&) noexcept = default;
-
-bool Regex::matchesWhole(std::string_view text) const {
-    return Search(compiled, text).matchesWhole();
-}
 
 bool Regex::isFoundIn(std::string_view text) const {
     return Search(compiled, text).findNext();
@@ -196,22 +180,12 @@ std::string Regex::escaped(std::string_view literal) {
     return result;
 }
 
-RegexMatch::RegexMatch(std::string_view text, std::vector<std::optional<ByteRange>> ranges,
-                       std::shared_ptr<const Regex::Compiled> expression)
-    : subject(text), whole(ranges.front().value_or(ByteRange{})), groups(std::move(ranges)),
-      compiled(std::move(expression)) {}
-
-std::optional<ByteRange> RegexMatch::groupRange(std::size_t number) const {
-    return number < groups.size() ? groups[number] : std::nullopt;
-}
+RegexMatch::RegexMatch(std::string_view text, std::vector<std::optional<ByteRange>> ranges)
+    : subject(text), whole(ranges.front().value_or(ByteRange{})), groups(std::move(ranges)) {}
 
 std::optional<std::string_view> RegexMatch::group(std::size_t number) const {
-    return groupRange(number).transform([&](ByteRange range) { return subject.substr(range.begin, range.size()); });
-}
-
-std::optional<std::string_view> RegexMatch::group(std::string_view name) const {
-    const std::int32_t number = compiled->groupNumber(name);
-    return number < 0 ? std::nullopt : group(static_cast<std::size_t>(number));
+    if (number >= groups.size()) return std::nullopt;
+    return groups[number].transform([&](ByteRange range) { return subject.substr(range.begin, range.size()); });
 }
 
 } // namespace tavrin

@@ -39,8 +39,6 @@ public:
     Regex& operator=(const Regex&);
     Regex& operator=(Regex&&) noexcept;
 
-    /// True if the whole text matches.
-    bool matchesWhole(std::string_view text) const;
     /// True if any part of the text matches.
     bool isFoundIn(std::string_view text) const;
 
@@ -72,19 +70,15 @@ public:
     std::string_view text() const { return subject.substr(whole.begin, whole.size()); }
 
     /// Absent if the group took no part in the match or does not exist.
-    std::optional<ByteRange> groupRange(std::size_t number) const;
     std::optional<std::string_view> group(std::size_t number) const;
-    std::optional<std::string_view> group(std::string_view name) const;
 
 private:
     friend class Regex::Search;
-    RegexMatch(std::string_view text, std::vector<std::optional<ByteRange>> ranges,
-               std::shared_ptr<const Regex::Compiled> expression);
+    RegexMatch(std::string_view text, std::vector<std::optional<ByteRange>> ranges);
 
     std::string_view subject;
     ByteRange whole;
     std::vector<std::optional<ByteRange>> groups; // the whole is number 0
-    std::shared_ptr<const Regex::Compiled> compiled;
 };
 
 } // namespace tavrin

@@ -309,11 +309,4 @@ std::string repairedUtf8(std::string_view bytes) {
     return result;
 }
 
-std::string_view completeUtf8(std::string_view bytes) noexcept {
-    const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
-    auto length = static_cast<std::int64_t>(bytes.size());
-    U8_TRUNCATE_IF_INCOMPLETE(data, 0, length);
-    return bytes.substr(0, static_cast<std::size_t>(length));
-}
-
 } // namespace tavrin

@@ -93,7 +93,5 @@ bool isAscii(std::string_view text) noexcept;
 bool isValidUtf8(std::string_view bytes) noexcept;
 /// Puts U+FFFD in place of each ill-formed sequence.
 std::string repairedUtf8(std::string_view bytes);
-/// Cuts off a last code point whose bytes have not all come yet. Bytes that can never become a code point stay.
-std::string_view completeUtf8(std::string_view bytes) noexcept;
 
 } // namespace tavrin

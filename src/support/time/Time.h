@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <compare>
-#include <optional>
 #include <string>
-#include <string_view>
 
 namespace tavrin {
 
@@ -68,15 +66,8 @@ private:
     double seconds = 0;
 };
 
-enum class IsoPrecision { seconds, milliseconds };
-
-/// UTC text of `date`: "2026-11-21T13:37:44Z" or "2026-11-21T13:37:44.250Z". The date is rounded to a millisecond
-/// first; without milliseconds the rest of the second is then cut off. Dates outside the years 0 to 9999 are shown
-/// as the nearest date inside.
-std::string iso8601(Date date, IsoPrecision precision = IsoPrecision::seconds);
-
-/// The date of such a text: any number of fraction digits, "Z" or an offset such as "+02:00".
-/// Nothing when the text is anything else, has more around it, or names a day or time that does not exist.
-std::optional<Date> parseIso8601(std::string_view text);
+/// UTC text of `date`: "2026-11-21T13:37:44.250Z". Dates outside the years 0 to 9999 are shown as the nearest date
+/// inside.
+std::string iso8601(Date date);
 
 } // namespace tavrin
