@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <thread>
 
 namespace tavrin {
@@ -22,62 +23,30 @@ protected:
         isOver = true;
         for (std::thread& player : players)
             player.join();
-        main.runAndWait([this] {
-            tasks.reset();
-            session.reset();
-            mixed.reset();
-            mic.reset();
-            system.reset();
-        });
-        for (SerialExecutor* queue : {&engineQueue, &tapQueue, &processing, &io, &meLane, &themLane, &storage})
-            queue->runAndWait([] {});
+        main.runAndWait([this] { meeting.reset(); });
+        for (SerialExecutor& queue : queues)
+            queue.runAndWait([] {});
     }
 
-    void build() {
-        // Nobody says what the other one says.
-        engines.say = [said = 0](std::string_view lane, const auto&) mutable {
-            return (lane == "me" ? "we agree on point " : "ships are late by ") + std::to_string(++said);
-        };
+    void begin() {
         main.runAndWait([this] {
-            models.emplace(main, folders);
-            mic.emplace(AudioCaptureService::Dependencies{.main = main,
-                                                          .processingQueue = processing,
-                                                          .engineQueue = engineQueue,
-                                                          .newEngine = microphone.factory(),
-                                                          .newConverter = FakeSampleRateConverter::factory(),
-                                                          .note = {}});
-            system.emplace(SystemAudioCaptureService::Dependencies{.main = main,
-                                                                   .tapQueue = tapQueue,
-                                                                   .ioQueue = io,
-                                                                   .tap = tap,
-                                                                   .newConverter = FakeSampleRateConverter::factory(),
-                                                                   .note = {}});
-            mixed.emplace(main, *mic, *system);
-            session.emplace(dependencies());
-            tasks.emplace(main);
-            tasks->spawn([this] -> Task<void> { co_await models->refresh(); });
+            meeting.emplace(
+                ScriptedMeeting::Ground{.microphone = microphone,
+                                        .tap = tap,
+                                        .disk = disk,
+                                        .diagnostics = diagnostics,
+                                        .clock = wall,
+                                        .main = main,
+                                        .storage = storage,
+                                        .newExecutor = [this] -> Executor& { return queues.emplace_back(pool); }});
+            // Nobody says what the other one says.
+            meeting->engines.say = [said = 0](std::string_view lane, const auto&) mutable {
+                return (lane == "me" ? "we agree on point " : "ships are late by ") + std::to_string(++said);
+            };
         });
         players.emplace_back(
             [this] { play([this](auto samples, auto end) { microphone.play(samples, end); }, 1'920); });
         players.emplace_back([this] { play([this](auto samples, auto end) { tap.play(samples, end); }, 3'840); });
-    }
-
-    TranscriptionSession::Dependencies dependencies() {
-        return {.capture = {.main = main,
-                            .meLane = meLane,
-                            .themLane = themLane,
-                            .clock = wall,
-                            .mixedCapture = *mixed,
-                            .engines = engines,
-                            .models = *models,
-                            .diagnostics = diagnostics},
-                .applicationSupport = disk,
-                .storage = storage,
-                .background = storage,
-                .powerActivity = power,
-                .loadAPIToken = [] -> Task<std::optional<std::string>> { co_return "tavrin_test"; },
-                .requestMicrophoneAccess = [] -> Task<bool> { co_return true; },
-                .isDictationBusy = {}};
     }
 
     /// A loud piece of 40 ms every 5 ms: eight times as much sound as time, and no gap.
@@ -104,7 +73,7 @@ protected:
         return false;
     }
     bool untilPhase(MeetingStatus::Phase phase) {
-        return until([&] { return session->state.status->phase == phase; });
+        return until([&] { return meeting->session.state.status->phase == phase; });
     }
 
     const SystemSteadyClock steady;
@@ -112,39 +81,31 @@ protected:
     std::atomic<bool> isOver = false;
     FakeMicrophone microphone;
     FakeSystemAudioTap tap;
-    FakePreferences preferences;
-    FakePowerActivity power;
-    ScriptedEngines engines;
     MemoryFolder disk;
     ThreadPool pool{4};
     SerialExecutor main{pool};
-    SerialExecutor engineQueue{pool}, tapQueue{pool}, processing{pool}, io{pool}, meLane{pool}, themLane{pool};
-    SerialExecutor storage{pool};
+    std::deque<SerialExecutor> queues;
+    SerialExecutor& storage = queues.emplace_back(pool);
     DiagnosticsLogger diagnostics{disk, storage, wall, steady};
-    ModelFolderResolver folders{preferences, {.smallVariant = std::nullopt}, {}};
-    std::optional<WhisperModelService> models;
-    std::optional<AudioCaptureService> mic;
-    std::optional<SystemAudioCaptureService> system;
-    std::optional<MixedAudioCaptureService> mixed;
-    std::optional<TranscriptionSession> session;
-    std::optional<TaskScope> tasks;
+    std::optional<ScriptedMeeting> meeting;
     std::vector<std::thread> players;
 };
 
 TEST_F(MeetingThreadsTest, meeting_runs_through_pauses_a_lost_microphone_and_its_end) {
     using Phase = MeetingStatus::Phase;
-    build();
+    begin();
+    TranscriptionSession& session = meeting->session;
     for (int round = 0; round < 2; ++round) {
-        main.runAndWait([&] { session->start(); });
+        main.runAndWait([&] { session.start(); });
         ASSERT_TRUE(untilPhase(Phase::recording));
-        ASSERT_TRUE(until([&] { return session->state.segments->size() >= 4; }));
-        main.runAndWait([&] { session->pauseRecording(); });
+        ASSERT_TRUE(until([&] { return session.state.segments->size() >= 4; }));
+        main.runAndWait([&] { session.pauseRecording(); });
         ASSERT_TRUE(untilPhase(Phase::paused));
-        main.runAndWait([&] { session->resume(); });
+        main.runAndWait([&] { session.resume(); });
         ASSERT_TRUE(untilPhase(Phase::recording));
         microphone.lose();
         ASSERT_TRUE(until([&] { return microphone.isHeard(); }));
-        main.runAndWait([&] { session->stop(); });
+        main.runAndWait([&] { session.stop(); });
         ASSERT_TRUE(untilPhase(Phase::idle));
     }
     EXPECT_GE(disk.list("TavrinAssistant/Recordings").size(), 8U);

@@ -1,21 +1,15 @@
+#include "meeting/EngineTestSupport.h"
 #include "meeting/ModelFolderResolver.h"
 #include "meeting/WhisperModelService.h"
-#include "platform/fake/FakePreferences.h"
 #include "speech/ModelFolders.h"
-#include "speech/SpeechModelTestSupport.h"
-#include "support/async/TaskTestSupport.h"
-#include "support/files/TemporaryFolderTestSupport.h"
 
 namespace tavrin {
 namespace {
 
-using testing::ElementsAre;
 using Path = std::filesystem::path;
 
-class ModelFolderResolverTest : public TaskTest {
+class ModelFolderResolverTest : public EngineTest {
 protected:
-    ~ModelFolderResolverTest() override { tasks->clear(); }
-
     /// A folder with the parts of a speech model.
     Path install(const Path& relative) const { return model.install(disk.path() / relative); }
 
@@ -23,11 +17,6 @@ protected:
         return {preferences, std::move(deployment), modelSearchRoots(disk.path() / "data", disk.path() / "home"),
                 std::move(speakers)};
     }
-
-    TemporaryFolder disk;
-    FakeModelRuntime runtime;
-    ScriptedSpeechModel model{runtime};
-    FakePreferences preferences;
 };
 
 TEST_F(ModelFolderResolverTest, a_stored_folder_wins_until_it_is_gone_and_what_a_search_finds_takes_its_place) {
@@ -62,23 +51,19 @@ TEST_F(ModelFolderResolverTest, the_service_is_ready_when_all_that_is_offered_is
         else
             log.emplace_back(std::holds_alternative<WhisperModelService::Ready>(state) ? "ready" : "needs download");
     });
-    const auto finish = [&](Task<void> task) {
-        tasks->spawn(std::move(task));
-        time.runUntilIdle();
-    };
-    finish(service.refresh());
+    EXPECT_EQ(endOf(service.refresh()), "done");
     const Path small = install("data/WhisperModels/openai_whisper-small.en");
     speakers = disk.path() / "speakers";
-    finish(service.refresh());
+    EXPECT_EQ(endOf(service.refresh()), "done");
     EXPECT_EQ(preferences.string(smallModelFolderKey), small.string());
     EXPECT_EQ(preferences.string(speakerModelFolderKey), speakers->string());
     EXPECT_EQ(preferences.string(largeModelFolderKey), std::nullopt);
     const Path large = install("data/OnDeviceModels/openai_whisper-large");
-    finish(service.useInstalledModels());
+    EXPECT_EQ(endOf(service.useInstalledModels()), "done");
     EXPECT_EQ(preferences.string(largeModelFolderKey), large.string());
-    EXPECT_THAT(log, ElementsAre("needs download", "checking", "needs download", "checking", "ready"));
+    EXPECT_THAT(log, testing::ElementsAre("needs download", "checking", "needs download", "checking", "ready"));
     speakers.reset();
-    finish(service.refresh());
+    EXPECT_EQ(endOf(service.refresh()), "done");
     EXPECT_EQ(log.back(), "needs download");
 }
 

@@ -2,6 +2,7 @@
 #include "meeting/EnglishSpellingPreference.h"
 #include "meeting/TranscriptionSpeechLanguage.h"
 #include "meeting/WhisperTranscriptionEngine.h"
+#include "meeting/WindowedTranscription.h"
 #include "support/async/SerialExecutor.h"
 
 #include <semaphore>
@@ -21,84 +22,59 @@ protected:
     WhisperTranscriptionEngine engine{{.modelVariant = "base"}, engineOn(worker)};
 };
 
-TEST_F(WhisperTranscriptionEngineTest, loading_goes_down_the_ladder_and_clears_the_cache_once) {
+TEST_F(WhisperTranscriptionEngineTest, loads_and_runs_that_fail_clear_the_cache_once_then_go_to_the_processor) {
+    using Texts = std::vector<std::string>;
     struct Case {
         bool preferCPUOnly;
-        std::vector<std::string> failures;
+        Texts failedLoads, failedRuns;
         std::string end;
-        bool isLoaded;
         bool usingCPUFallback;
         std::vector<bool> cacheAtLoads; // whether it was there
     };
     const std::vector<Case> cases{
-        {false, {}, "done", true, false, {true}},
-        {false, {"first"}, "done", true, false, {true, false}},
-        {false, {"first", "second"}, "done", true, true, {true, false, false}},
-        {false, {"first", "second", "third"}, "third", false, false, {true, false, false}},
-        {true, {}, "done", true, true, {true}},
-        {true, {"first"}, "first", false, false, {true}},
+        {false, {}, {}, "hello", false, {true}},
+        {false, {"first"}, {}, "hello", false, {true, false}},
+        {false, {"first", "second"}, {}, "hello", true, {true, false, false}},
+        {false, {"first", "second", "third"}, {}, "third", false, {true, false, false}},
+        {true, {}, {}, "hello", true, {true}},
+        {true, {"first"}, {}, "first", false, {true}},
+        {false, {}, {"MPSGraph is broken"}, "hello", false, {true, false}},
+        {false, {}, {"in E5RT", "x.e5bundlecache"}, "hello", true, {true, false, false}},
+        {false, {}, {"e5rt", "e5rt", "E5RT at last"}, "E5RT at last", true, {true, false, false}},
+        {false, {}, {"out of memory"}, "out of memory", false, {true}},
+        {false, {}, {"e5rt", "out of memory"}, "out of memory", false, {true, false}},
+        {true, {}, {"Cannot open input file"}, "hello", true, {true, false}},
+        {true, {}, {"No such file", "no such file again"}, "no such file again", true, {true, false}},
     };
     std::vector<bool> cacheAtLoads;
     runtime.onLoad = [&](const std::filesystem::path& file) {
         if (file.filename() == decoder) cacheAtLoads.push_back(hasCache());
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.failures.size() << " failures, CPU preferred: " << c.preferCPUOnly);
-        WhisperTranscriptionEngine loaded({.modelVariant = "base", .preferCPUOnly = c.preferCPUOnly}, engineOn(worker));
+        SCOPED_TRACE(testing::Message() << c.end << " after " << c.failedLoads.size() << " loads and "
+                                        << c.failedRuns.size() << " runs, CPU preferred: " << c.preferCPUOnly);
+        WhisperTranscriptionEngine used({.modelVariant = "base", .preferCPUOnly = c.preferCPUOnly}, engineOn(worker));
         fillCache();
         cacheAtLoads.clear();
-        runtime.failNextLoads(decoder, c.failures);
-        EXPECT_EQ(endOf(loaded.ensureLoaded()), c.end);
-        EXPECT_EQ(loaded.isLoaded(), c.isLoaded);
-        EXPECT_EQ(loaded.usingCPUFallback(), c.usingCPUFallback);
+        model.say({"hello"});
+        runtime.failNextLoads(decoder, c.failedLoads);
+        const std::string loading = endOf(used.ensureLoaded());
+        runtime.failNextRuns(decoder, c.failedRuns);
+        EXPECT_EQ(used.isLoaded(), loading == "done");
+        EXPECT_EQ(loading == "done" ? endOf(used.transcribe(speech, true)) : loading, c.end);
+        EXPECT_EQ(used.usingCPUFallback(), c.usingCPUFallback);
         EXPECT_EQ(cacheAtLoads, c.cacheAtLoads);
+        EXPECT_EQ(hasCache(), c.cacheAtLoads.size() == 1);
     }
 }
 
-TEST_F(WhisperTranscriptionEngineTest, without_a_folder_it_is_not_installed_and_without_a_load_not_loaded) {
-    auto nowhere = engineOn(worker);
-    nowhere.resolveModelFolder = [] { return std::nullopt; };
-    WhisperTranscriptionEngine homeless({.modelVariant = "base"}, nowhere);
-    EXPECT_EQ(endOf(homeless.ensureLoaded()), "Speech model is not installed.");
+TEST_F(WhisperTranscriptionEngineTest, without_its_folder_it_is_not_installed) {
     std::filesystem::remove_all(modelFolder);
     EXPECT_EQ(endOf(engine.ensureLoaded()), "Speech model is not installed.");
     EXPECT_EQ(runtime.loadCount(decoder), 0);
-    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "Speech model is not loaded.");
 }
 
-TEST_F(WhisperTranscriptionEngineTest, a_runtime_cache_error_rebuilds_once_then_goes_to_the_processor_then_is_thrown) {
-    struct Case {
-        bool preferCPUOnly;
-        std::vector<std::string> failures;
-        std::string end;
-        int loads;
-        bool usingCPUFallback;
-    };
-    const std::vector<Case> cases{
-        {false, {"MPSGraph is broken"}, "hello", 2, false},
-        {false, {"in E5RT", "x.e5bundlecache"}, "hello", 3, true},
-        {false, {"e5rt", "e5rt", "E5RT at last"}, "E5RT at last", 3, true},
-        {false, {"out of memory"}, "out of memory", 1, false},
-        {false, {"e5rt", "out of memory"}, "out of memory", 2, false},
-        {true, {"Cannot open input file"}, "hello", 2, true},
-        {true, {"No such file", "no such file again"}, "no such file again", 2, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.end << " after " << c.failures.size());
-        WhisperTranscriptionEngine used({.modelVariant = "base", .preferCPUOnly = c.preferCPUOnly}, engineOn(worker));
-        ASSERT_EQ(endOf(used.ensureLoaded()), "done");
-        fillCache();
-        const int loadsBefore = runtime.loadCount(decoder) - 1;
-        model.say({"hello"});
-        runtime.failNextRuns(decoder, c.failures);
-        EXPECT_EQ(endOf(used.transcribe(speech, true)), c.end);
-        EXPECT_EQ(runtime.loadCount(decoder) - loadsBefore, c.loads);
-        EXPECT_EQ(used.usingCPUFallback(), c.usingCPUFallback);
-        EXPECT_EQ(hasCache(), c.loads == 1);
-    }
-}
-
-TEST_F(WhisperTranscriptionEngineTest, recoveries_are_counted_over_the_launch_and_a_failed_one_leaves_nothing_loaded) {
+TEST_F(WhisperTranscriptionEngineTest, recoveries_are_counted_over_the_launch) {
     ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
     model.say({"one", "two", "three"});
     for (const auto& [end, usesCPU] : {std::pair{"one", false}, std::pair{"two", true}, std::pair{"e5rt", true}}) {
@@ -107,35 +83,21 @@ TEST_F(WhisperTranscriptionEngineTest, recoveries_are_counted_over_the_launch_an
         EXPECT_EQ(engine.usingCPUFallback(), usesCPU);
     }
     EXPECT_EQ(endOf(engine.transcribe(speech, true)), "three");
-
-    WhisperTranscriptionEngine other({.modelVariant = "base", .threads = 2}, engineOn(worker));
-    ASSERT_EQ(endOf(other.ensureLoaded()), "done");
-    runtime.failNextRuns(decoder, {"e5rt"});
-    runtime.failNextLoads(decoder, {"a", "b", "gone"});
-    EXPECT_EQ(endOf(other.transcribe(speech, true)), "gone");
-    EXPECT_FALSE(other.isLoaded());
-    EXPECT_EQ(endOf(other.transcribe(speech, true)), "Speech model is not loaded.");
-    EXPECT_EQ(endOf(other.ensureLoaded()), "done");
 }
 
-TEST_F(WhisperTranscriptionEngineTest, windows_without_speech_do_not_reach_the_encoder) {
+TEST_F(WhisperTranscriptionEngineTest, silence_is_encoded_before_the_first_words_and_never_again) {
     ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
     EXPECT_EQ(endOf(engine.transcribe(ScriptedSpeechModel::silence(), true)), "");
     EXPECT_EQ(endOf(engine.transcribe({}, true)), "");
     EXPECT_EQ(model.takeEncodedFrames(), std::vector<std::size_t>{3000}) << "the silence behind short speech alone";
+    model.say({"hello"});
+    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "hello");
+    EXPECT_EQ(model.takeEncodedFrames(), std::vector<std::size_t>{1000});
 
     model.say({" one two three four ", " three four five"});
     auto samples = ScriptedSpeechModel::silence(400'000);
     samples.resize(1'000'000, 0.5F); // two windows behind a silent one
     EXPECT_EQ(endOf(engine.transcribe(samples, true)), "one two three four five");
-}
-
-TEST_F(WhisperTranscriptionEngineTest, the_first_words_wait_for_nothing_that_could_be_computed_before) {
-    ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
-    EXPECT_EQ(model.takeEncodedFrames(), std::vector<std::size_t>{3000});
-    model.say({"hello"});
-    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "hello");
-    EXPECT_EQ(model.takeEncodedFrames(), std::vector<std::size_t>{1000});
 
     WhisperTranscriptionEngine other({.modelVariant = "base", .threads = 2}, engineOn(worker));
     runtime.failNextRuns(encoder, {"no memory"});
@@ -156,14 +118,6 @@ TEST_F(WhisperTranscriptionEngineTest, a_recovery_reads_anew_what_another_engine
     runtime.failNextRuns(decoder, {"e5rt"});
     EXPECT_EQ(endOf(other.transcribe(speech, true)), "two");
     EXPECT_EQ(runtime.loadCount(decoder), 2) << "what the first one read is whole";
-}
-
-TEST_F(WhisperTranscriptionEngineTest, a_window_is_silent_above_the_threshold_of_the_caller_or_else_above_0_6) {
-    model.silenceLogit = 0.85F; // a probability of 0.70
-    ASSERT_EQ(endOf(engine.ensureLoaded()), "done");
-    model.say({"lost", "kept"});
-    EXPECT_EQ(endOf(engine.transcribe(speech, true)), "");
-    EXPECT_EQ(endOf(engine.transcribe(speech, true, 0.75F)), "kept");
 }
 
 TEST_F(WhisperTranscriptionEngineTest, preferences_of_language_and_spelling_are_those_of_the_call) {
@@ -203,6 +157,30 @@ TEST_F(WhisperTranscriptionEngineTest, preferences_of_language_and_spelling_are_
         time.advance(1s);
         EXPECT_EQ(text, c.text);
         EXPECT_EQ(scripted.languagesFed(), c.fed);
+    }
+    for (const TranscriptionSpeechLanguage language : allTranscriptionSpeechLanguages()) {
+        preferences.set(transcriptionSpeechLanguageKey, std::string(rawValue(language)));
+        EXPECT_EQ(transcriptionSpeechLanguage(preferences), language) << label(language);
+    }
+}
+
+TEST(WindowedTranscription, windows_are_25_s_and_begin_3_s_before_the_end_of_the_last_one) {
+    using Window = std::pair<std::size_t, std::size_t>; // first sample and one behind the last
+    const std::vector<std::pair<std::size_t, std::vector<Window>>> cases{
+        {0, {{0, 0}}},
+        {400'000, {{0, 400'000}}},
+        {400'001, {{0, 400'000}, {352'000, 400'001}}},
+        {752'001, {{0, 400'000}, {352'000, 752'000}, {704'000, 752'001}}},
+    };
+    for (const auto& [size, expected] : cases) {
+        const std::vector<float> samples(size);
+        std::vector<Window> windows;
+        transcribeInWindows(samples, [&](std::span<const float> window) {
+            const auto begin = static_cast<std::size_t>(window.data() - samples.data());
+            windows.emplace_back(begin, begin + window.size());
+            return "";
+        });
+        EXPECT_EQ(windows, expected) << size;
     }
 }
 

@@ -65,17 +65,102 @@ private:
     bool isLoaded = false;
 };
 
-/// A whole meeting on virtual time: sound, engines and disk by script, everything between them real.
-class World {
+inline std::vector<std::string> linesOf(const SessionState& state) {
+    std::vector<std::string> lines;
+    for (const TranscriptSegment& line : *state.segments)
+        lines.push_back(line.speakerLabel + ": " + line.text);
+    return lines;
+}
+
+/// A whole meeting: sound, engines and disk by script, everything between them real.
+class ScriptedMeeting {
 public:
-    /// One run of the program over a disk that outlives it.
-    explicit World(MemoryFolder& diskToUse, bool modelsInstalled = true)
-        : disk(diskToUse), folders(preferences, deployment(modelsInstalled), {}), models(time.main(), folders),
-          session(dependencies()) {
+    /// Outlives the last job of its executors.
+    struct Ground {
+        FakeMicrophone& microphone;
+        FakeSystemAudioTap& tap;
+        MemoryFolder& disk;
+        DiagnosticsLogger& diagnostics;
+        const WallClock& clock;
+        Executor& main;
+        Executor& storage;
+        std::function<Executor&()> newExecutor;
+    };
+
+    explicit ScriptedMeeting(Ground whereItStands) : ground(std::move(whereItStands)) {
         tasks.spawn([this] -> Task<void> { co_await models.refresh(); });
+    }
+
+    const Ground ground;
+    ScriptedEngines engines;
+    FakePreferences preferences;
+    FakePowerActivity powerActivity;
+    std::optional<std::string> token = "tavrin_test";
+    bool mayUseMicrophone = true;
+    bool isDictating = false;
+    std::shared_ptr<const VocabularyCorrector> vocabulary;
+    ModelFolderResolver folders{preferences, {.smallVariant = std::nullopt}, {}};
+    WhisperModelService models{ground.main, folders};
+    AudioCaptureService micCapture{{.main = ground.main,
+                                    .processingQueue = ground.newExecutor(),
+                                    .engineQueue = ground.newExecutor(),
+                                    .newEngine = ground.microphone.factory(),
+                                    .newConverter = FakeSampleRateConverter::factory(),
+                                    .note = {}}};
+    SystemAudioCaptureService systemCapture{{.main = ground.main,
+                                             .tapQueue = ground.newExecutor(),
+                                             .ioQueue = ground.newExecutor(),
+                                             .tap = ground.tap,
+                                             .newConverter = FakeSampleRateConverter::factory(),
+                                             .note = {}}};
+    MixedAudioCaptureService mixedCapture{ground.main, micCapture, systemCapture};
+    TranscriptionSession session{{.capture = {.main = ground.main,
+                                              .meLane = ground.newExecutor(),
+                                              .themLane = ground.newExecutor(),
+                                              .clock = ground.clock,
+                                              .mixedCapture = mixedCapture,
+                                              .engines = engines,
+                                              .models = models,
+                                              .diagnostics = ground.diagnostics},
+                                  .applicationSupport = ground.disk,
+                                  .storage = ground.storage,
+                                  .background = ground.newExecutor(),
+                                  .powerActivity = powerActivity,
+                                  .loadAPIToken = [this] -> Task<std::optional<std::string>> { co_return token; },
+                                  .requestMicrophoneAccess = [this] -> Task<bool> { co_return mayUseMicrophone; },
+                                  .isDictationBusy = [this] { return isDictating; },
+                                  .vocabulary = [this] { return vocabulary; }}};
+    TaskScope tasks{ground.main};
+};
+
+/// What a World stands on.
+struct WorldGround {
+    explicit WorldGround(MemoryFolder& diskToUse) : disk(diskToUse) {}
+
+    MemoryFolder& disk;
+    // What the last clean-up touches, which goes with the time.
+    FakeMicrophone microphone;
+    FakeSystemAudioTap tap;
+    VirtualTime time;
+    Executor& storage = time.addExecutor();
+    DiagnosticsLogger diagnostics{disk, storage, time.wallClock(), time.steadyClock()};
+};
+
+/// A meeting on virtual time: one run of the program over a disk that outlives it.
+class World : public WorldGround, public ScriptedMeeting {
+public:
+    explicit World(MemoryFolder& diskToUse)
+        : WorldGround(diskToUse),
+          ScriptedMeeting(Ground{.microphone = microphone,
+                                 .tap = tap,
+                                 .disk = disk,
+                                 .diagnostics = diagnostics,
+                                 .clock = time.wallClock(),
+                                 .main = time.main(),
+                                 .storage = storage,
+                                 .newExecutor = [this] -> Executor& { return time.addExecutor(); }}) {
         time.runUntilIdle();
     }
-    ~World() { tasks.clear(); }
 
     void start() {
         session.start();
@@ -86,10 +171,8 @@ public:
     void play(Duration length, std::optional<float> intoMic, std::optional<float> intoSpeaker) {
         for (Duration passed{}; passed < length; passed += std::chrono::milliseconds(40)) {
             time.advance(std::chrono::milliseconds(40));
-            const std::vector<float> one(1'920, intoMic.value_or(0));
-            if (intoMic) microphone.play(one, time.now());
-            const std::vector<float> two(3'840, intoSpeaker.value_or(0));
-            if (intoSpeaker) tap.play(two, time.now());
+            if (intoMic) microphone.play(std::vector<float>(1'920, *intoMic), time.now());
+            if (intoSpeaker) tap.play(std::vector<float>(3'840, *intoSpeaker), time.now());
         }
         time.runUntilIdle();
     }
@@ -103,12 +186,7 @@ public:
         if (!time.runUntil([&] { return isDone; }, limit)) throw std::runtime_error("it does not end");
     }
 
-    [[nodiscard]] std::vector<std::string> texts() const {
-        std::vector<std::string> result;
-        for (const TranscriptSegment& line : *session.state.segments)
-            result.push_back(line.speakerLabel + ": " + line.text);
-        return result;
-    }
+    [[nodiscard]] std::vector<std::string> texts() const { return linesOf(session.state); }
     [[nodiscard]] MeetingStatus::Phase phase() const { return session.state.status->phase; }
     [[nodiscard]] std::vector<std::string> recordings() const {
         return disk.info("TavrinAssistant/Recordings") ? disk.list("TavrinAssistant/Recordings")
@@ -120,65 +198,6 @@ public:
         for (const std::string& name : recordings())
             if (name.ends_with(ending)) samples += disk.info("TavrinAssistant/Recordings/" + name)->size / 2;
         return samples;
-    }
-
-    MemoryFolder& disk;
-    // What the last clean-up touches, which goes with the time.
-    FakeMicrophone microphone;
-    FakeSystemAudioTap tap;
-    VirtualTime time;
-    ScriptedEngines engines;
-    FakePreferences preferences;
-    FakePowerActivity powerActivity;
-    std::optional<std::string> token = "tavrin_test";
-    bool mayUseMicrophone = true;
-    bool isDictating = false;
-    std::shared_ptr<const VocabularyCorrector> vocabulary;
-    Executor& storage = time.addExecutor();
-    Executor& background = time.addExecutor();
-    Executor& engineQueue = time.addExecutor();
-    DiagnosticsLogger diagnostics{disk, storage, time.wallClock(), time.steadyClock()};
-    ModelFolderResolver folders;
-    WhisperModelService models;
-    AudioCaptureService micCapture{{.main = time.main(),
-                                    .processingQueue = time.addExecutor(),
-                                    .engineQueue = engineQueue,
-                                    .newEngine = microphone.factory(),
-                                    .newConverter = FakeSampleRateConverter::factory(),
-                                    .note = [this](std::string line) { diagnostics.log(std::move(line)); }}};
-    SystemAudioCaptureService systemCapture{{.main = time.main(),
-                                             .tapQueue = time.addExecutor(),
-                                             .ioQueue = time.addExecutor(),
-                                             .tap = tap,
-                                             .newConverter = FakeSampleRateConverter::factory(),
-                                             .note = [this](std::string line) { diagnostics.log(std::move(line)); }}};
-    MixedAudioCaptureService mixedCapture{time.main(), micCapture, systemCapture};
-    TranscriptionSession session;
-    TaskScope tasks{time.main()};
-
-private:
-    /// Without a variant nothing is needed on the disk; with one, it is looked for and not found.
-    static ModelDeployment deployment(bool modelsInstalled) {
-        return {.smallVariant = modelsInstalled ? std::nullopt : std::optional<std::string>("base")};
-    }
-
-    TranscriptionSession::Dependencies dependencies() {
-        return {.capture = {.main = time.main(),
-                            .meLane = time.addExecutor(),
-                            .themLane = time.addExecutor(),
-                            .clock = time.wallClock(),
-                            .mixedCapture = mixedCapture,
-                            .engines = engines,
-                            .models = models,
-                            .diagnostics = diagnostics},
-                .applicationSupport = disk,
-                .storage = storage,
-                .background = background,
-                .powerActivity = powerActivity,
-                .loadAPIToken = [this] -> Task<std::optional<std::string>> { co_return token; },
-                .requestMicrophoneAccess = [this] -> Task<bool> { co_return mayUseMicrophone; },
-                .isDictationBusy = [this] { return isDictating; },
-                .vocabulary = [this] { return vocabulary; }};
     }
 };
 

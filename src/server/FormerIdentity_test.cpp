@@ -1,11 +1,11 @@
 #include "platform/fake/FakePreferences.h"
 #include "server/FormerIdentity.h"
 #include "support/files/DiskFolder.h"
+#include "support/files/TemporaryFolderTestSupport.h"
 #include "support/log/LogCapture.h"
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 namespace tavrin {
@@ -21,13 +21,7 @@ protected:
         configuration.makeFolders("");
         data.makeFolders("");
     }
-    ~FormerIdentityTest() override { std::filesystem::remove_all(root); }
 
-    static std::filesystem::path newFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "tavrin-former-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-        return name;
-    }
     void formerFile(const std::string& text) { configuration.writeAtomically("preferences.json", text); }
     void folderWith(const std::string& folder, const std::string& text) {
         data.makeFolders(folder);
@@ -36,9 +30,9 @@ protected:
     void migrate() { migrateFromFormerIdentityIfNeeded(preferences, configuration, data); }
 
     LogCapture logged;
-    const std::filesystem::path root = newFolder();
-    DiskFolder configuration{root / "config" / formerApplicationIdentifier};
-    DiskFolder data{root / "data"};
+    const TemporaryFolder disk;
+    DiskFolder configuration{disk.path() / "config" / formerApplicationIdentifier};
+    DiskFolder data{disk.path() / "data"};
     FakePreferences preferences;
 };
 
@@ -88,7 +82,8 @@ TEST_F(FormerIdentityTest, a_move_that_fails_loses_nothing_and_the_next_is_tried
     folderWith("LorvexAssistant/Notes", "notes");
     folderWith("LorvexAssistant/Activity", "activity");
     data.makeFolders("TavrinAssistant");
-    std::filesystem::create_symlink("nowhere", root / "data/TavrinAssistant/Notes"); // a folder cannot replace a link
+    // A folder cannot replace a link.
+    std::filesystem::create_symlink("nowhere", disk.path() / "data/TavrinAssistant/Notes");
     migrate();
     EXPECT_EQ(data.read("LorvexAssistant/Notes/file", 100), "notes");
     EXPECT_EQ(data.read("TavrinAssistant/Activity/file", 100), "activity");

@@ -6,29 +6,12 @@
 #include <map>
 
 namespace tavrin {
-
 namespace {
 
 std::vector<float> logProbabilities(std::vector<float> probabilities) {
     for (float& p : probabilities)
         p = std::log(p) + 3.0F;
     return probabilities;
-}
-
-TEST(GreedyTokenSampler, takes_the_likeliest_token_without_heat) {
-    GreedyTokenSampler sampler(0, 4, {});
-    SamplingResult result;
-    auto logits = logProbabilities({0.1F, 0.2F, 0.6F, 0.05F, 0.05F});
-    const auto [token, logProb] = sampler.sample(logits, result);
-    EXPECT_EQ(token, 2);
-    EXPECT_NEAR(logProb, std::log(0.6F), 1e-4F);
-    EXPECT_EQ(result.tokens, std::vector<int>{2});
-    EXPECT_FALSE(result.completed);
-
-    auto end = logProbabilities({0.1F, 0.1F, 0.1F, 0.1F, 0.6F});
-    EXPECT_EQ(sampler.sample(end, result).first, 4);
-    EXPECT_TRUE(result.completed);
-    EXPECT_EQ(result.tokens.size(), 1U);
 }
 
 TEST(GreedyTokenSampler, draws_among_the_likeliest_in_proportion_and_repeats_itself) {
@@ -60,5 +43,4 @@ TEST(GreedyTokenSampler, draws_among_the_likeliest_in_proportion_and_repeats_its
 }
 
 } // namespace
-
 } // namespace tavrin

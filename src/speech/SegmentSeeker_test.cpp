@@ -6,7 +6,6 @@
 #include <cmath>
 
 namespace tavrin {
-
 namespace {
 
 class SegmentSeekerTest : public testing::Test {
@@ -77,5 +76,4 @@ TEST_F(SegmentSeekerTest, times_stay_inside_the_window_and_the_seek_inside_its_l
 }
 
 } // namespace
-
 } // namespace tavrin

@@ -7,21 +7,15 @@
 #include "support/files/TemporaryFolderTestSupport.h"
 #include "support/log/LogCapture.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <semaphore>
 #include <thread>
 
 namespace tavrin {
-
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 /// The walk over a recording, with a decoder that follows scripts, so that every rule can be provoked.
 class TranscribeTaskTest : public testing::Test {
@@ -125,18 +119,6 @@ TEST(FallbackTest, the_first_test_that_hits_decides) {
                      .needsFallback);
 }
 
-TEST_F(TranscribeTaskTest, a_silent_window_gives_no_text_and_no_retry) {
-    scripts = {{.tokens = {at(0), 'x', at(20)}}};
-    model.silenceLogit = 40;
-    const auto result = run(speech(29));
-    EXPECT_EQ(result.text, "");
-    EXPECT_TRUE(result.segments.empty());
-    EXPECT_EQ(result.timings.totalDecodingFallbacks, 0);
-    EXPECT_EQ(result.timings.totalDecodingLoops, 0);
-    EXPECT_GT(result.timings.decodingPredictions, 0) << "the prompt was predicted";
-    EXPECT_GE(result.timings.decodingNonPrediction, 0);
-}
-
 TEST_F(TranscribeTaskTest, windows_follow_one_another_to_the_end_of_each_clip) {
     scripts = {{.tokens = {at(0), 'a', at(10), at(10), 'b', at(20), at(20)}},
                {.tokens = {at(0), 'c', at(30)}},
@@ -170,20 +152,6 @@ TEST_F(TranscribeTaskTest, a_rest_of_a_window_is_decoded_only_if_someone_speaks_
     EXPECT_EQ(run(audio).text, "ab");
 }
 
-TEST_F(TranscribeTaskTest, a_callback_stops_a_window) {
-    scripts = {{.tokens = {at(0), 'a', 'b', 'c', 'd', at(5)}}};
-    std::vector<std::string> seen;
-    // Whatever is left would be retried if it had not been stopped.
-    const auto result =
-        run(speech(29), {.logProbThreshold = 1.0F}, [&](const TranscriptionProgress& progress) -> std::optional<bool> {
-            seen.push_back(progress.text);
-            return progress.text != "ab";
-        });
-    EXPECT_THAT(seen, ElementsAre("", "a", "ab"));
-    EXPECT_EQ(result.text, "ab");
-    EXPECT_EQ(result.timings.totalDecodingFallbacks, 0);
-}
-
 TEST_F(TranscribeTaskTest, a_stopped_walk_keeps_its_text_and_decodes_nothing_again_nor_anything_behind) {
     struct Case {
         const char* what;
@@ -203,20 +171,21 @@ TEST_F(TranscribeTaskTest, a_stopped_walk_keeps_its_text_and_decodes_nothing_aga
         EXPECT_EQ(result.text, "ab") << what;
         EXPECT_EQ(decodings, 1) << what;
         EXPECT_EQ(result.timings.totalDecodingWindows, 1) << what;
+        EXPECT_EQ(result.timings.totalDecodingFallbacks, 0) << what;
     }
 }
 
 TEST_F(TranscribeTaskTest, the_log_tells_of_windows_and_if_wanted_of_tokens_and_never_what_was_said) {
     scripts = {{.tokens = {at(0), 's', 'e', 'c', 'r', 'e', 't', at(2)}}};
     DecodingOptions options{.detectLanguage = true};
-    const auto lines = [&](const char* text) {
+    for (const bool verbose : {false, true}) {
+        options.verbose = verbose;
         const LogCapture logged;
         EXPECT_EQ(run(speech(29), options).text, "secret");
         EXPECT_FALSE(logged.contains("secret"));
-        return std::ranges::count_if(logged.lines(), [&](const std::string& line) { return line.contains(text); });
-    };
-    for (const bool verbose : {false, true}) {
-        options.verbose = verbose;
+        const auto lines = [&](const char* text) {
+            return std::ranges::count_if(logged.lines(), [&](const std::string& line) { return line.contains(text); });
+        };
         for (const char* perWindow :
              {"Decoding with temperatures ", "Decoding Temperature: 0.0", "Detected language: fr",
               "Found first token at: ", "Running main loop for a maximum of 224 iterations, starting at index 3",
@@ -225,12 +194,6 @@ TEST_F(TranscribeTaskTest, the_log_tells_of_windows_and_if_wanted_of_tokens_and_
         EXPECT_EQ(lines("Forcing prompt tokenIndex: "), verbose ? 3 : 0);
         EXPECT_EQ(lines("Predicted next tokenIndex: "), verbose ? 9 : 0); // the end token, too
     }
-    scripts[0].confidence = 1;
-    options.temperatureFallbackCount = 1;
-    options.firstTokenLogProbThreshold.reset();
-    const LogCapture logged;
-    (void)run(speech(29), options);
-    EXPECT_TRUE(logged.contains("Skipping prompt tokenIndex: 2"));
 }
 
 TEST_F(TranscribeTaskTest, chunks_are_cut_at_pauses_and_come_back_in_order_with_their_times) {
@@ -294,37 +257,6 @@ TEST_F(TranscribeTaskTest, errors_of_a_worker_and_of_the_source_reach_the_caller
                  std::runtime_error);
 }
 
-TEST_F(TranscribeTaskTest, models_are_shared_between_pipelines_and_parts_of_other_variants_are_refused) {
-    SpeechModelCache cache(runtime);
-    const int before = runtime.loadCount("AudioEncoder.onnx");
-    const SpeechPipeline first({.modelFolder = folder}, cache), second({.modelFolder = folder / "."}, cache);
-    EXPECT_EQ(runtime.loadCount("AudioEncoder.onnx"), before + 1);
-    EXPECT_THROW(SpeechPipeline({}, cache), SpeechError);
-
-    const auto refusal = [&](const std::string& file, const std::string& content) {
-        std::ofstream(folder / file) << content;
-        try {
-            const SpeechModels broken(runtime, folder, 1);
-            ADD_FAILURE() << file;
-        } catch (const SpeechError& error) {
-            EXPECT_THAT(error.what(), HasSubstr(folder.string()));
-        }
-    };
-    refusal("tokenizer.json", test::tinyTokenizerText({"more"}));
-    refusal("tokenizer.json", "garbage");
-    refusal("config.json", "{}");
-}
-
-TEST_F(TranscribeTaskTest, models_that_are_forgotten_are_read_anew_for_the_next_and_stay_with_who_has_them) {
-    SpeechModelCache cache(runtime);
-    const auto first = cache.load(folder, 1);
-    cache.forget(*first);
-    const auto second = cache.load(folder, 1);
-    EXPECT_NE(first, second);
-    cache.forget(*first); // again: others are not meant
-    EXPECT_EQ(cache.load(folder, 1), second);
-}
-
 TEST_F(TranscribeTaskTest, a_load_waits_for_none_of_another_folder) {
     SpeechModelCache cache(runtime);
     const auto other = model.install(disk.path() / "other");
@@ -340,5 +272,4 @@ TEST_F(TranscribeTaskTest, a_load_waits_for_none_of_another_folder) {
 }
 
 } // namespace
-
 } // namespace tavrin

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace tavrin {
-
 namespace {
 
 TEST(WordAlignment, the_path_follows_the_cheap_cells) {
@@ -61,5 +60,4 @@ TEST(WordAlignment, attention_gives_each_word_its_time) {
 }
 
 } // namespace
-
 } // namespace tavrin

@@ -56,6 +56,16 @@ protected:
         return segment;
     }
 
+    /// Lines of both sides by turns.
+    template <class Text>
+    static std::vector<TranscriptSegment> dialogue(int count, const Text& textOf) {
+        std::vector<TranscriptSegment> said;
+        said.reserve(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i)
+            said.push_back(line(SegmentId(i) + 1, i % 2 ? "Me" : "Them", textOf(i)));
+        return said;
+    }
+
     Theme theme{*qApp};
 };
 

@@ -1,22 +1,16 @@
 #pragma once
 
-#include "platform/linux/BusThread.h"
+#include "BusService.h"
 
-#include <gio/gio.h>
-
-#include <functional>
-#include <future>
 #include <map>
 #include <mutex>
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 namespace tavrin {
 
 /// Stands in for the desktop's notifications on the session bus: keeps what it is asked to show, and its user is the
 /// test. One at a time.
-class NotificationDaemon final {
+class NotificationDaemon final : public BusService {
 public:
     struct Shown {
         std::string title;
@@ -30,17 +24,10 @@ public:
     };
 
     explicit NotificationDaemon(Options wanted) : options(std::move(wanted)) {
-        run([this] { join(); });
+        join(G_BUS_TYPE_SESSION, name, path, interfaces);
     }
     NotificationDaemon() : NotificationDaemon(Options{}) {}
-    ~NotificationDaemon() {
-        run([this] {
-            g_dbus_connection_close_sync(bus, nullptr, nullptr);
-            g_object_unref(bus);
-        });
-    }
-    NotificationDaemon(const NotificationDaemon&) = delete;
-    NotificationDaemon& operator=(const NotificationDaemon&) = delete;
+    ~NotificationDaemon() override { leave(); }
 
     std::map<guint32, Shown> shown() {
         const std::scoped_lock lock(mutex);
@@ -76,43 +63,7 @@ private:
         "<signal name='NotificationClosed'><arg type='u'/><arg type='u'/></signal>"
         "</interface></node>";
 
-    /// On the bus thread; what it throws comes here.
-    void run(const std::function<void()>& job) {
-        std::packaged_task<void()> task(job);
-        auto done = task.get_future();
-        thread.post([&task] { task(); });
-        done.get();
-    }
-
-    void join() {
-        gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-        bus =
-            g_dbus_connection_new_for_address_sync(address,
-                                                   GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-                                                   nullptr, nullptr, nullptr);
-        g_free(address);
-        if (bus == nullptr) throw std::runtime_error("there is no session bus: run this through run.sh");
-        GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(interfaces, nullptr);
-        static const GDBusInterfaceVTable table = {called, nullptr, nullptr, {}};
-        g_dbus_connection_register_object(bus, path, node->interfaces[0], &table, this, nullptr, nullptr);
-        g_dbus_node_info_unref(node);
-        GVariant* reply = g_dbus_connection_call_sync(
-            bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-            g_variant_new("(su)", name, 4U), G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-        guint32 answer = 0;
-        if (reply != nullptr) g_variant_get(reply, "(u)", &answer);
-        if (answer != 1) throw std::runtime_error("the name on the bus is taken");
-        g_variant_unref(reply);
-    }
-
-    static void called(GDBusConnection* /*bus*/, const gchar* /*sender*/, const gchar* /*path*/,
-                       const gchar* /*interface*/, const gchar* method, GVariant* arguments,
-                       GDBusMethodInvocation* invocation, gpointer self) {
-        static_cast<NotificationDaemon*>(self)->answer(method, arguments, invocation);
-    }
-
-    void answer(const std::string& method, GVariant* arguments, GDBusMethodInvocation* invocation) {
+    void answer(const std::string& method, GVariant* arguments, GDBusMethodInvocation* invocation) override {
         {
             const std::scoped_lock lock(mutex);
             ++calls;
@@ -173,12 +124,10 @@ private:
     }
 
     const Options options;
-    GDBusConnection* bus = nullptr;
     std::mutex mutex;
     std::map<guint32, Shown> onScreen; // guarded, by number
     guint32 lastNumber = 0;
     int calls = 0;
-    BusThread thread; // last: ends first
 };
 
 } // namespace tavrin

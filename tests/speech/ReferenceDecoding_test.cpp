@@ -7,7 +7,6 @@
 #include <sstream>
 
 namespace tavrin::test {
-
 namespace {
 
 /// Figures of the full-precision graphs on packaged clips, computed in double precision by an independent program.
@@ -74,5 +73,4 @@ TEST(ReferenceDecoding, full_precision_gives_the_reference_tokens_with_and_witho
 }
 
 } // namespace
-
 } // namespace tavrin::test

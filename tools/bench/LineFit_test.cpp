@@ -5,7 +5,6 @@
 #include <array>
 
 namespace tavrin {
-
 namespace {
 
 TEST(LineFit, finds_the_line_that_points_lie_on) {
@@ -29,5 +28,4 @@ TEST(LineFit, growth_faster_than_a_line_shows) {
 }
 
 } // namespace
-
 } // namespace tavrin

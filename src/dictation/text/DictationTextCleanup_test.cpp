@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 // Tables of texts read best as sums.
 // NOLINTBEGIN(performance-inefficient-string-concatenation)
 
@@ -20,36 +18,28 @@ struct Row {
 TEST(DictationTextCleanup, markers_and_made_up_phrases_go) {
     for (const auto& [given, kept] : {
              Row{"[BLANK_AUDIO]", ""},
-             Row{"(music)", ""},
              Row{" [Blank audio without end", ""},
              Row{"so [laughs] we [LAUGHTER] go [typing sounds] on [dialtone] [RINGING]now", "so we go on now"},
              Row{"[BLOCK] is kept, [BL ANK] is not", "BLOCK] is kept, ] is not"},
              Row{"a [END[START] b [beep", "a b"},
              Row{"yes (Dial Tone) (beeps)and (music plays)", "yes and (music plays"},
              Row{">> Anna: >>hello >>>", "Anna: hello >"},
-             Row{"Thanks for watching.", ""},
              Row{"thanks for watching the kids today", "the kids today"},
              Row{"Thank you  for\nwatching! Please subscribe. See you next time.", ""},
              Row{"prefer the british English spelling throughout, please", "prefer , please"},
-             Row{"Prefer British English", "Prefer"},
              Row{"thanks for your time and the thank for watching", "and the"},
              Row{"thanksforwatching", "thanksforwatching"},
              Row{"one \u00a0 two\n\nthree\tfour", "one two three\tfour"},
              Row{"“Hello there.” ", "Hello there"},
-             Row{"¿Qué tal?", "Qué tal"},
              Row{"— 5 $ —", "5 $"},
-             Row{"今日は晴れです。", "今日は晴れです"},
              Row{"!؟ مرحبا؟", "مرحبا"},
              Row{"\xff ok\xc3", "\ufffd ok\ufffd"},
-             Row{" ... ", ""},
-             Row{"", ""},
          })
         EXPECT_EQ(stripNoiseMarkers(given), kept) << given;
 }
 
 TEST(DictationTextCleanup, the_speakers_last_correction_counts) {
     for (const auto& [given, kept] : {
-             Row{"send it to Anna no wait to Ben", "to Ben"},
              Row{"scratch that ok", "scratch that ok"},
              Row{"scratch that okay", "okay"},
              Row{"one scratch that two no wait three", "two no wait three"}, // a later cue of the table overrides
@@ -67,16 +57,10 @@ TEST(DictationTextCleanup, the_speakers_last_correction_counts) {
 }
 
 TEST(DictationTextCleanup, hesitations_go_at_the_beginning_alone) {
-    for (const auto& [given, kept] : {
-             Row{"um like, let us begin", "let us begin"},
-             Row{"Ummm uh ER erm hmmm so um yes", "so um yes"},
-             Row{"um", "um"},
-             Row{"um uh", "uh"},
-             Row{"umbrella error", "umbrella error"},
-             Row{"um, so", "um, so"},
-             Row{"like  this", "this"},
-             Row{"likely not", "likely not"},
-         })
+    for (const auto& [given, kept] :
+         {Row{"Ummm uh ER erm hmmm so um yes", "so um yes"}, Row{"um", "um"}, Row{"um uh", "uh"},
+          Row{"umbrella error", "umbrella error"}, Row{"um, so", "um, so"}, Row{"like  this", "this"},
+          Row{"likely not", "likely not"}})
         EXPECT_EQ(dropLeadingFillers(given), kept) << given;
 }
 
@@ -86,7 +70,6 @@ TEST(DictationTextCleanup, a_dictation_becomes_what_was_meant) {
     };
     const std::string fifteen = "we agreed to ship the new release on friday after the last review is done";
     for (const auto& [given, repaired, meant] : {
-             Case{"Hello there.", "Hello there", "Hello there"},
              Case{" [MUSIC] ", "", ""},
              Case{"um send it to Anna no wait to Ben", "um send it to Anna no wait to Ben", "to Ben"},
              Case{"okay.", "okay", "okay"},
@@ -94,11 +77,8 @@ TEST(DictationTextCleanup, a_dictation_becomes_what_was_meant) {
              Case{"um um like, let us us begin", "um like, let us begin", "let us begin"},
              Case{"a no wait go there go there now", "a no wait go there now", "go there now"},
              Case{"list bullet milk bullet eggs", "list bullet milk bullet eggs", "list\n• milk\n• eggs"},
-             Case{"Das ist die Straße die STRASSE", "Das ist die Straße die STRASSE", "Das ist die Straße die STRASSE"},
-             Case{"je je pense que c’est bien", "je pense que c’est bien", "je pense que c’est bien"},
              Case{"\u0130yi g\u00fcnler, \u0130yi g\u00fcnler!", "\u0130yi g\u00fcnler, \u0130yi g\u00fcnler",
                   "\u0130yi g\u00fcnler, \u0130yi g\u00fcnler"},
-             Case{"أهلا أهلا بكم", "أهلا بكم", "أهلا بكم"},
              Case{"", "", ""},
          }) {
         EXPECT_EQ(cleanDictation(given, false), repaired);
@@ -107,27 +87,29 @@ TEST(DictationTextCleanup, a_dictation_becomes_what_was_meant) {
 }
 
 TEST(DictationTextCleanup, a_meetings_line_keeps_speech_alone) {
-    for (const auto& [given, kept] : {
-             Row{"okay.", ""},
-             Row{"okay then", "okay then"},
-             Row{"Mouse clicks!", ""},
-             Row{"TYPING", ""},
-             Row{"(I'm)", ""},
-             Row{"Blank audio", ""},
-             Row{"tap tap tap", ""},
-             Row{" [music] ", ""},
-             Row{"the", ""},
-             Row{"this is is what we we want", "this is what we want"},
-             Row{"no wait to Ben", "no wait to Ben"},
-             Row{"うん", "うん"},
-             Row{"", ""},
-         })
+    for (const auto& [given, kept] :
+         {Row{"okay.", ""}, Row{"okay then", "okay then"}, Row{"Mouse clicks!", ""}, Row{"(I'm)", ""},
+          Row{"tap tap tap", ""}, Row{" [music] ", ""}, Row{"this is is what we we want", "this is what we want"},
+          Row{"no wait to Ben", "no wait to Ben"}, Row{"うん", "うん"}})
         EXPECT_EQ(cleanMeetingSegment(given), kept) << given;
     // What is said again at the end in other words stays in a meeting.
     const std::string said = "alpha bravo charlie delta echo foxtrot golf hotel";
     const std::string twice = said + " so what " + said;
     EXPECT_EQ(cleanMeetingSegment(twice), twice);
     EXPECT_EQ(cleanDictation(twice, false), said + " so");
+}
+
+TEST(DictationTextCleanup, a_megabyte_of_one_word_is_cleaned) {
+    std::string many;
+    while (many.size() < 1'000'000)
+        many += "word ";
+    EXPECT_EQ(cleanDictation(many, true), "word");
+    EXPECT_EQ(cleanMeetingSegment(many), "word");
+    const std::string longWord(1'000'000, 'x'), accents = joined(std::vector<std::string>(100'000, "e\u0301"), "");
+    EXPECT_EQ(cleanDictation(longWord, true), longWord);
+    EXPECT_EQ(cleanDictation(accents + " " + accents, true), accents);
+    EXPECT_EQ(cleanDictation(std::string(1'000'000, ' '), true), "");
+    EXPECT_EQ(cleanMeetingSegment(std::string(500'000, '[')), "");
 }
 
 TEST(DictationTextCleanup, words_stay_words_and_in_order) {
@@ -150,20 +132,8 @@ TEST(DictationTextCleanup, words_stay_words_and_in_order) {
     }
 }
 
-TEST(DictationTextCleanup, a_megabyte_of_one_word_is_cleaned) {
-    std::string many;
-    while (many.size() < 1'000'000)
-        many += "word ";
-    EXPECT_EQ(cleanDictation(many, true), "word");
-    EXPECT_EQ(cleanMeetingSegment(many), "word");
-    const std::string longWord(1'000'000, 'x'), accents = joined(std::vector<std::string>(100'000, "e\u0301"), "");
-    EXPECT_EQ(cleanDictation(longWord, true), longWord);
-    EXPECT_EQ(cleanDictation(accents + " " + accents, true), accents);
-    EXPECT_EQ(cleanDictation(std::string(1'000'000, ' '), true), "");
-    EXPECT_EQ(cleanMeetingSegment(std::string(500'000, '[')), "");
-}
-
 } // namespace
+
 } // namespace tavrin
 
 // NOLINTEND(performance-inefficient-string-concatenation)

@@ -6,14 +6,12 @@ namespace tavrin {
 namespace {
 
 TEST(MergeOverlap, normal_form_of_a_word) {
-    struct Row {
-        const char* word;
-        const char* form;
-    };
-    for (const Row& row : {Row{"Hello,", "hello"}, Row{"“Well…”", "well"}, Row{"I've", "ive"}, Row{"VE", "ive"},
-                           Row{"'ve", "ive"}, Row{"ive.", "ive"}, Row{"Dont", "don't"}, Row{"don't", "don't"},
-                           Row{"we've", "we've"}, Row{"--", ""}, Row{"", ""}, Row{"ÉTÉ!", "été"}, Row{"$5", "$5"}})
-        EXPECT_EQ(normalizedWord(row.word), row.form) << row.word;
+    for (const auto& [word, form] :
+         {std::pair{"Hello,", "hello"}, std::pair{"“Well…”", "well"}, std::pair{"I've", "ive"}, std::pair{"VE", "ive"},
+          std::pair{"'ve", "ive"}, std::pair{"ive.", "ive"}, std::pair{"Dont", "don't"}, std::pair{"don't", "don't"},
+          std::pair{"we've", "we've"}, std::pair{"--", ""}, std::pair{"", ""}, std::pair{"ÉTÉ!", "été"},
+          std::pair{"$5", "$5"}})
+        EXPECT_EQ(normalizedWord(word), form) << word;
 }
 
 TEST(MergeOverlap, words_heard_twice_stand_once) {
@@ -33,19 +31,14 @@ TEST(MergeOverlap, words_heard_twice_stand_once) {
              Row{"go to the", "the house", "go to the the house"},
              Row{"go to the.", "the. house", "go to the. the. house"},
              Row{"go to -- the", "-- the house", "go to -- the -- the house"},
-             Row{"wait for it", "for it now", "wait for it now"},
              // the longest run wins over a shorter one
              Row{"no no no no", "no no no stop", "no no no no stop"},
-             Row{"one two one two", "one two one two three", "one two one two three"},
              Row{"nothing in common", "with this text", "nothing in common with this text"},
              Row{"the end of it", "of the end", "the end of it of the end"}, // a run must reach the end of the left
              Row{"a whole sentence again", "sentence again", "a whole sentence again"},
-             Row{"sentence again", "a whole sentence again", "sentence again a whole sentence again"},
-             Row{"same words", "same words", "same words"},
+             Row{"to the end", "the end,\u00a0 and  so\non ", "to the end and  so\non"}, // blanks within the rest stay
              Row{" left \n", "\tright here ", "left right here"},
              Row{"", " right ", "right"},
-             Row{" left", " ", "left"},
-             Row{" ", "", ""},
          })
         EXPECT_EQ(mergeOverlap(row.left, row.right), row.merged) << row.left << " + " << row.right;
 }
@@ -69,10 +62,6 @@ TEST(MergeOverlap, a_character_may_be_many_bytes) {
     EXPECT_EQ(withoutOverlap("x " + accents, accents + " y", 3), accents + " y");
     EXPECT_EQ(withoutOverlap("x 👨‍👩‍👧a", "👨‍👩‍👧a y"),
               "👨‍👩‍👧a y"); // two characters are no run
-}
-
-TEST(MergeOverlap, blanks_within_the_rest_stay) {
-    EXPECT_EQ(withoutOverlap("to the end", "the end,\u00a0 and  so\non "), "and  so\non");
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "dictation/text/RepeatedPhrases.h"
 #include "dictation/text/RepeatsTestSupport.h"
-#include "dictation/text/TailAlignments.h"
 
 #include <gtest/gtest.h>
 
@@ -35,32 +34,25 @@ TEST(RepeatedSpeech, a_word_cut_or_extended_a_little_is_the_same_word) {
           Pair{"👨", "👨‍👩‍👧", false},
           Pair{"👨‍👩‍👧", "👨‍👩‍👧👨‍👩‍👧👨‍👩‍👧👨‍👩‍👧", true},
           Pair{"stra\u00dfe", "strasse", false}, Pair{"今日", "今日は晴", true}}) {
-        const LooseWords list(std::vector<std::string_view>{pair.a, pair.b});
-        for (const auto& [a, b] : {std::pair(0, 1), std::pair(1, 0)}) {
-            EXPECT_EQ(list.match(list.ids()[a], list.ids()[b]), pair.match) << pair.a << ' ' << pair.b;
-            EXPECT_EQ(std::ranges::count(list.matchesOf(list.ids()[a]), list.ids()[b]), pair.match ? 1 : 0);
+        for (const auto& [a, b] : {std::pair(pair.a, pair.b), std::pair(pair.b, pair.a)}) {
+            const LooseWords list(std::vector<std::string_view>{a, b});
+            EXPECT_EQ(list.match(list.ids()[0], list.ids()[1]), pair.match) << a << ' ' << b;
+            EXPECT_EQ(looseWordMatch(a, b), pair.match) << a << ' ' << b;
         }
-        EXPECT_EQ(looseWordMatch(pair.a, pair.b), pair.match) << pair.a << ' ' << pair.b;
-        EXPECT_EQ(looseWordMatch(pair.b, pair.a), pair.match) << pair.a << ' ' << pair.b;
     }
 }
 
 TEST(RepeatedSpeech, phrases_back_to_back_are_said_once) {
     for (const auto& [text, result] : {
              Row{"one two three one two three four", "one two three four"},
-             Row{"I think I think that works", "I think that works"},
-             Row{"a b a b a b a b a b", "a b"},
              Row{"The cat THE CAT sat", "The cat sat"},
              Row{"the cat, the cat sat", "the cat, the cat sat"}, // punctuation counts
-             Row{"x x x", "x x x"},
-             Row{"x x x x", "x x"},
-             Row{"a b c b c a b c d", "a b c d"}, // a removal makes a longer repeat
+             Row{"a b c b c a b c d", "a b c d"},                 // a removal makes a longer repeat
              Row{" a\tb  c", " a\tb  c"},
              Row{" a\tb  c d ", "a b c d"},
              Row{"caf\u00e9 noir cafe\u0301 noir", "caf\u00e9 noir"},
              Row{"Stra\u00dfe frei STRASSE frei", "Stra\u00dfe frei STRASSE frei"}, // lower case only, not folded
              Row{"今日は 晴れ 今日は 晴れ です", "今日は 晴れ です"},
-             Row{"שלום עולם שלום עולם", "שלום עולם"},
              Row{numbered("w", 1, 64) + " " + numbered("w", 1, 64), numbered("w", 1, 64)},
              Row{numbered("w", 1, 65) + " " + numbered("w", 1, 65), numbered("w", 1, 65) + " " + numbered("w", 1, 65)},
          })
@@ -68,16 +60,10 @@ TEST(RepeatedSpeech, phrases_back_to_back_are_said_once) {
 }
 
 TEST(RepeatedSpeech, duplicate_words_go_whatever_their_case) {
-    for (const auto& [text, result] : {
-             Row{"that that works", "that works"},
-             Row{"the the, THE the", "the the, THE"},
-             Row{" x ", " x "},
-             Row{"Straße STRASSE", "Straße"},
-             Row{"é e\u0301 E\u0301 e", "é e"},
-             Row{"İ i", "İ i"},
-             Row{"👍 👍 👍🏽", "👍 👍🏽"},
-             Row{"", ""},
-         })
+    for (const auto& [text, result] :
+         {Row{"that that works", "that works"}, Row{"the the, THE the", "the the, THE"}, Row{" x ", " x "},
+          Row{"Straße STRASSE", "Straße"}, Row{"é e\u0301 E\u0301 e", "é e"}, Row{"İ i", "İ i"},
+          Row{"👍 👍 👍🏽", "👍 👍🏽"}})
         EXPECT_EQ(dropAdjacentDuplicateWords(text), result);
 }
 
@@ -89,7 +75,6 @@ TEST(RepeatedSpeech, a_restart_of_the_whole_goes) {
              Row{said + " " + said, said},
              Row{said + ". " + said + ".", said + "."},
              Row{said + " and " + twenty, said + " and"},
-             Row{said, said},
              Row{"  short  texts  stay", "  short  texts  stay"},
              // sixteen words of the restart are needed
              Row{said + " Hello again everyone this is the plan that",
@@ -120,7 +105,7 @@ TEST(RepeatedSpeech, an_end_said_again_goes) {
              Row{head + " " + said + " we will meet the whole team on tuesday morning at ten", head + " " + said},
              Row{head + " " + said + " we will see some other people on tuesday morning at ten",
                  head + " " + said + " we will see some other people on tuesday morning at ten"},
-             Row{"  one two  three", "  one two  three"}, Row{head + " " + head, head},
+             Row{head + " " + head, head},
              Row{"a1z " + head + "\n" + said + " meeting",
                  "a1z " + head + " " + said + " meeting"}, // nothing repeated, nothing cut
          })
@@ -128,16 +113,13 @@ TEST(RepeatedSpeech, an_end_said_again_goes) {
 }
 
 TEST(RepeatedSpeech, the_fragment_of_a_next_word_is_cut_off_the_last) {
-    struct Case {
-        const char *last, *result;
-    };
-    for (const Case& row :
-         {Case{"reportth", "report"}, Case{"Teams.", "Teams."}, Case{"word", "word"}, Case{"planet", "plane"},
-          Case{"planand", "plana"}, Case{"numberwe", "number"}, Case{"x-raya", "x-ray"}, Case{"12345", "12345"},
-          Case{"caf\u00e9to", "caf\u00e9t"}, Case{"\u65e5\u672c\u8a9e\u6587a", "\u65e5\u672c\u8a9e\u6587"}}) {
-        std::vector<std::string_view> list{"x", row.last};
+    for (const auto& [last, result] :
+         {Row{"reportth", "report"}, Row{"Teams.", "Teams."}, Row{"word", "word"}, Row{"planet", "plane"},
+          Row{"planand", "plana"}, Row{"numberwe", "number"}, Row{"x-raya", "x-ray"}, Row{"12345", "12345"},
+          Row{"caf\u00e9to", "caf\u00e9t"}, Row{"\u65e5\u672c\u8a9e\u6587a", "\u65e5\u672c\u8a9e\u6587"}}) {
+        std::vector<std::string_view> list{"x", last};
         trimFusedFragment(list);
-        EXPECT_EQ(list[1], row.result) << row.last;
+        EXPECT_EQ(list[1], result) << last;
     }
 }
 
@@ -209,34 +191,6 @@ TEST(RepeatedSpeech, the_fast_ways_give_what_the_plain_rules_give) {
     for (const int hits : {restarts, phrases, tails}) {
         EXPECT_GT(hits, rounds / 10);
         EXPECT_LT(hits, rounds * 9 / 10);
-    }
-}
-
-TEST(RepeatedSpeech, alignments_follow_the_plain_rules_at_every_length) {
-    RandomSpeech speech;
-    for (int round = 0; round < 700; ++round) {
-        const std::string text = speech.text();
-        const auto views = words(text);
-        if (views.size() < 16) continue;
-        const plain::Words forms = plain::normalForms(plain::Words(views.begin(), views.end()));
-        const LooseWords list(views);
-        TailAlignments tail(list, views.size());
-        for (; tail.tailLength() >= 9; tail.shorten()) {
-            const std::size_t cut = views.size() - tail.tailLength();
-            const plain::Words head = plain::part(forms, 0, cut);
-            plain::Words needle = plain::part(forms, cut, forms.size());
-            for (const bool skips : {false, true}) {
-                if (skips) {
-                    tail.skipFirst();
-                    ASSERT_EQ(tail.partialRepeat(), plain::partialRepeat(head, needle)) << text;
-                    needle = plain::withoutFirst(needle);
-                }
-                ASSERT_EQ(tail.containsRun(), plain::containsRun(head, needle)) << text;
-                ASSERT_EQ(tail.overlap(), plain::overlap(head, needle)) << text;
-                const auto best = plain::bestAlignment(head, needle);
-                ASSERT_EQ(tail.bestAlignment(), best ? plain::alikeAt(head, *best, needle) : 0) << text;
-            }
-        }
     }
 }
 

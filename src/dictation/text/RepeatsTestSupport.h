@@ -36,30 +36,23 @@ inline std::size_t alikeAt(const Words& haystack, std::size_t offset, const Word
         if (looseWordMatch(haystack[offset + t], needle[t])) ++count;
     return count;
 }
-inline bool containsRun(const Words& haystack, const Words& needle) {
-    if (needle.empty() || needle.size() > haystack.size()) return false;
-    for (std::size_t offset = 0; offset + needle.size() <= haystack.size(); ++offset)
-        if (alikeAt(haystack, offset, needle) == needle.size()) return true;
-    return false;
-}
 inline double overlap(const Words& head, const Words& needle) {
     const std::set<std::string> said(head.begin(), head.end());
     const auto found = std::ranges::count_if(needle, [&](auto& word) { return !word.empty() && said.contains(word); });
     return static_cast<double>(found) / static_cast<double>(needle.size());
 }
-inline std::optional<std::size_t> bestAlignment(const Words& head, const Words& needle) {
-    if (needle.empty() || needle.size() > head.size()) return std::nullopt;
-    std::size_t best = 0, most = 0;
-    for (std::size_t offset = 0; offset + needle.size() <= head.size(); ++offset) {
-        const std::size_t count = alikeAt(head, offset, needle);
-        if (count > most) best = offset;
-        most = std::max(most, count);
-    }
-    return best;
+/// How many words match at the place in the head where most do.
+inline std::size_t bestAlignment(const Words& head, const Words& needle) {
+    std::size_t most = 0;
+    for (std::size_t offset = 0; offset + needle.size() <= head.size(); ++offset)
+        most = std::max(most, alikeAt(head, offset, needle));
+    return most;
+}
+inline bool containsRun(const Words& head, const Words& needle) {
+    return !needle.empty() && bestAlignment(head, needle) == needle.size();
 }
 inline bool isAligned(const Words& head, const Words& needle, double least) {
-    const auto offset = bestAlignment(head, needle);
-    return offset && static_cast<double>(alikeAt(head, *offset, needle)) / static_cast<double>(needle.size()) >= least;
+    return static_cast<double>(bestAlignment(head, needle)) / static_cast<double>(needle.size()) >= least;
 }
 
 inline double tailSimilarity(const Words& rawHead, const Words& rawTail) {

@@ -7,7 +7,6 @@
 #include "ui/meeting/MeetingHead.h"
 #include "ui/meeting/MeetingPage.h"
 #include "ui/meeting/TitleField.h"
-#include "ui/meeting/TranscriptView.h"
 
 #include <QElapsedTimer>
 #include <QFileDialog>
@@ -17,7 +16,6 @@
 #include <functional>
 
 namespace tavrin {
-
 namespace {
 
 class MeetingPageTest : public UiTest {
@@ -32,7 +30,7 @@ protected:
         state.phase = phase;
         state.statusText = "Status";
         state.title = "Review";
-        state.errorText = "Microphone access denied.";
+        state.errorText = "Tavrin API token not set. Open Settings (⌘,) to add your token.";
         if (phase == MeetingPhase::recording) state.notice = "Quiet.";
         page.show(state);
         settle();
@@ -85,34 +83,8 @@ TEST_F(MeetingPageTest, tab_reaches_what_each_phase_offers_in_reading_order) {
     for (const auto& [phase, names] : expected) {
         show(phase);
         EXPECT_EQ(stopNames(), names) << int(phase);
-        QPoint last(-1, -1);
-        for (QWidget* stop : tabStops(page)) {
-            const QPoint at = stop->mapTo(&page, stop->rect().center());
-            const bool sameRow = at.y() < last.y() + 30;
-            EXPECT_TRUE(sameRow ? at.x() > last.x() : at.y() > last.y()) << qPrintable(stop->accessibleName());
-            last = at;
-        }
     }
-}
-
-TEST_F(MeetingPageTest, keys_do_what_the_shown_buttons_do) {
-    QStringList asked;
-    QObject::connect(&page, &MeetingPage::startRequested, [&] { asked += QStringLiteral("start"); });
-    QObject::connect(&page, &MeetingPage::pauseRequested, [&] { asked += QStringLiteral("pause"); });
-    QObject::connect(&page, &MeetingPage::resumeRequested, [&] { asked += QStringLiteral("resume"); });
-    QObject::connect(&page, &MeetingPage::stopRequested, [&] { asked += QStringLiteral("stop"); });
-    for (const auto phase : {MeetingPhase::idle, MeetingPhase::recording, MeetingPhase::paused}) {
-        show(phase);
-        page.head().startOrStop();
-        page.head().pauseOrResume();
-    }
-    EXPECT_EQ(asked.join(QLatin1Char(' ')), QStringLiteral("start stop pause stop resume"));
-
-    MeetingState state;
-    state.startEnabled = false;
-    page.show(state);
-    page.head().startOrStop();
-    EXPECT_EQ(asked.size(), 5);
+    EXPECT_TRUE(shownNotice(page).contains(QStringLiteral("(Ctrl+,)"))) << "in this desktop's words";
 }
 
 TEST_F(MeetingPageTest, a_meeting_that_has_ended_is_exported_and_followed_by_a_new_one) {
@@ -168,17 +140,6 @@ TEST_F(MeetingPageTest, a_title_is_told_once_and_not_overwritten_while_it_is_wri
     EXPECT_EQ(titles, QStringList{QStringLiteral("x")});
 }
 
-TEST_F(MeetingPageTest, messages_are_shown_in_this_desktops_words) {
-    MeetingState state;
-    state.phase = MeetingPhase::error;
-    state.errorText = "Tavrin API token not set. Open Settings (⌘,) to add your token.";
-    page.show(state);
-    bool found = false;
-    for (const auto* notice : page.findChildren<NoticeLine*>())
-        found |= notice->isVisible() && notice->text().contains(QStringLiteral("(Ctrl+,)"));
-    EXPECT_TRUE(found);
-}
-
 TEST_F(MeetingPageTest, nothing_wakes_up_while_nothing_is_recorded) {
     show(MeetingPhase::recording);
     page.setLevels(0.8F, 0.1F);
@@ -202,16 +163,11 @@ TEST(ElapsedText, counts_minutes_then_hours) {
 }
 
 TEST(BacklogText, names_whole_minutes_and_at_least_one) {
-    EXPECT_TRUE(backlogText(0).first.isEmpty());
-    EXPECT_TRUE(backlogText(std::nan("")).first.isEmpty());
-    for (const auto& [seconds, minutes] : {std::pair{0.5, 1}, std::pair{119.9, 1}, std::pair{120.0, 2}}) {
-        const BacklogText text = backlogText(seconds);
-        EXPECT_EQ(text.first, QStringLiteral("Transcription is about %1 min behind.").arg(minutes));
-        EXPECT_EQ(text.second, QString::fromUtf8("Keep the app open until it catches up after you stop — audio is "
-                                                 "saved locally."));
-    }
+    EXPECT_TRUE(backlogText(0).first.isEmpty() && backlogText(std::nan("")).first.isEmpty());
+    for (const auto& [seconds, minutes] : {std::pair{0.5, 1}, std::pair{119.9, 1}, std::pair{120.0, 2}})
+        EXPECT_EQ(backlogText(seconds).first, QStringLiteral("Transcription is about %1 min behind.").arg(minutes));
+    EXPECT_TRUE(backlogText(1).second.startsWith(QStringLiteral("Keep the app open")));
 }
 
 } // namespace
-
 } // namespace tavrin

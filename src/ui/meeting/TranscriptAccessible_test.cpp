@@ -8,7 +8,6 @@
 #include <chrono>
 
 namespace tavrin {
-
 namespace {
 
 class TranscriptAccessibleTest : public UiTest {
@@ -109,11 +108,7 @@ TEST_F(TranscriptAccessibleTest, a_change_names_what_is_new_and_what_is_gone) {
 }
 
 TEST_F(TranscriptAccessibleTest, questions_about_a_long_transcript_lay_out_next_to_nothing) {
-    std::vector<TranscriptSegment> said;
-    said.reserve(10'000);
-    for (SegmentId i = 0; i < 10'000; ++i)
-        said.push_back(line(i, i % 2 ? "Me" : "Them", "A line as people say them, and then some more of it."));
-    lines.setLines(said);
+    lines.setLines(dialogue(10'000, [](int) { return "A line as people say them, and then some more of it."; }));
     const ThreadTimer timer;
     int from = 0;
     int to = 0;
@@ -130,5 +125,4 @@ TEST_F(TranscriptAccessibleTest, questions_about_a_long_transcript_lay_out_next_
 }
 
 } // namespace
-
 } // namespace tavrin

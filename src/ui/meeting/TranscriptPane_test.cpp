@@ -13,7 +13,6 @@
 #include <cmath>
 
 namespace tavrin {
-
 namespace {
 
 class TranscriptPaneTest : public UiTest {
@@ -30,11 +29,7 @@ protected:
     }
 
     void fill(int count) {
-        std::vector<TranscriptSegment> said;
-        said.reserve(static_cast<std::size_t>(count));
-        for (int i = 0; i < count; ++i)
-            said.push_back(line(SegmentId(i) + 1, i % 2 ? "Me" : "Them", "Word " + std::to_string(i) + " Holden"));
-        lines.setLines(said);
+        lines.setLines(dialogue(count, [](int i) { return "Word " + std::to_string(i) + " Holden"; }));
         settle();
     }
 
@@ -205,5 +200,4 @@ TEST_F(TranscriptPaneTest, type_grows_by_steps_between_its_ends_and_back) {
 }
 
 } // namespace
-
 } // namespace tavrin

@@ -61,12 +61,6 @@ TEST_F(TranscriptPresenterTest, size_of_type_and_place_of_the_window_come_back) 
     screen = std::make_unique<Screen>(*this);
     EXPECT_EQ(screen->pane.zoom(), 1.5);
     EXPECT_EQ(screen->window.size(), QSize(620, 480));
-
-    preferences.set("tavrin.transcriptZoom", -7.0);
-    preferences.set("tavrin.transcriptWindowPlace", std::string("no place"));
-    screen.reset();
-    screen = std::make_unique<Screen>(*this);
-    EXPECT_GT(screen->pane.zoom(), 0);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "ui/meeting/TranscriptSearch.h"
 
 namespace tavrin {
-
 namespace {
 
 class TranscriptSearchTest : public UiTest {
@@ -80,11 +79,7 @@ TEST_F(TranscriptSearchTest, ten_thousand_lines_are_searched_between_two_key_str
         {"Zuerst die Gestelle, dann die Preise, und alles Übrige kann bis Dienstag warten, würde ich meinen.",
          "übrig"}};
     for (const auto& [text, wanted] : languages) {
-        std::vector<TranscriptSegment> said;
-        said.reserve(10'000);
-        for (SegmentId i = 0; i < 10'000; ++i)
-            said.push_back(line(i, i % 2 ? "Me" : "Them", text));
-        lines.setLines(said);
+        lines.setLines(dialogue(10'000, [&](int) { return text; }));
         search.find({});
         const QString typed = utf8(wanted);
         for (qsizetype length = 1; length <= typed.size(); ++length) {
@@ -97,5 +92,4 @@ TEST_F(TranscriptSearchTest, ten_thousand_lines_are_searched_between_two_key_str
 }
 
 } // namespace
-
 } // namespace tavrin

@@ -4,13 +4,9 @@
 #include "ui/meeting/TranscriptWords.h"
 
 #include <QClipboard>
-#include <QMouseEvent>
 #include <QScrollBar>
-#include <chrono>
-#include <thread>
 
 namespace tavrin {
-
 namespace {
 
 class TranscriptViewTest : public UiTest {
@@ -22,15 +18,13 @@ protected:
     }
 
     /// Alternating speakers, so that each line is a group; every third line wraps.
-    static std::vector<TranscriptSegment> talk(int count, SegmentId first = 1) {
-        std::vector<TranscriptSegment> lines;
-        for (int i = 0; i < count; ++i) {
+    static std::vector<TranscriptSegment> talk(int count) {
+        return dialogue(count, [](int i) {
             std::string text = "Line " + std::to_string(i);
             for (int words = 0; i % 3 == 0 && words < 40; ++words)
                 text += " more of it";
-            lines.push_back(line(first + SegmentId(i), i % 2 ? "Me" : "Them", text));
-        }
-        return lines;
+            return text;
+        });
     }
 
     QScrollBar& bar() { return *view.verticalScrollBar(); }
@@ -79,7 +73,7 @@ TEST_F(TranscriptViewTest, consecutive_lines_of_a_speaker_stand_under_one_captio
     EXPECT_TRUE(shown.groups().empty());
 }
 
-TEST_F(TranscriptViewTest, follows_the_end_only_while_standing_there) {
+TEST_F(TranscriptViewTest, follows_the_end_only_while_standing_there_and_else_keeps_what_is_read) {
     auto lines = talk(60);
     shown.setLines(lines);
     EXPECT_TRUE(view.standsAtEnd());
@@ -95,12 +89,7 @@ TEST_F(TranscriptViewTest, follows_the_end_only_while_standing_there) {
     shown.setLines(lines);
     view.setInterim({});
     EXPECT_EQ(bar().value(), at);
-}
 
-TEST_F(TranscriptViewTest, what_is_read_stays_when_lines_come_or_change_above) {
-    auto lines = talk(80);
-    shown.setLines(lines);
-    bar().setValue(bar().maximum() / 2);
     const auto before = view.reading();
     ASSERT_TRUE(before);
     lines.insert(lines.begin() + 2, line(900, "Them", "A late line of some length that came from the other side."));
@@ -123,13 +112,21 @@ TEST_F(TranscriptViewTest, what_is_read_stays_when_the_width_or_the_type_changes
     EXPECT_EQ(view.reading()->line, before->line);
 }
 
+TEST_F(TranscriptViewTest, the_type_grows_around_what_is_read) {
+    shown.setLines(talk(80));
+    bar().setValue(bar().maximum() / 2);
+    const auto before = view.reading();
+    const int usual = view.page().lineHeight();
+    for (const double factor : {2.0, 0.8, 1.25}) {
+        view.setZoom(factor);
+        EXPECT_EQ(view.page().lineHeight(), qRound(usual * factor));
+        EXPECT_EQ(view.reading()->line, before->line);
+    }
+}
+
 TEST_F(TranscriptViewTest, what_was_never_seen_is_measured_without_a_jump) {
     // Letters that are much narrower and much wider than any estimate takes them for.
-    std::vector<TranscriptSegment> lines;
-    lines.reserve(200);
-    for (int i = 0; i < 200; ++i)
-        lines.push_back(line(SegmentId(i) + 1, i % 2 ? "Me" : "Them", std::string(300, i % 3 ? 'i' : 'W')));
-    shown.setLines(lines);
+    shown.setLines(dialogue(200, [](int i) { return std::string(300, i % 3 ? 'i' : 'W'); }));
     constexpr int step = 7;
     const auto topOnScreen = [&](int group) { return view.page().boxes()[std::size_t(group)].top - bar().value(); };
     for (int i = 0; i < 2000 && bar().value() > step; ++i) {
@@ -159,7 +156,7 @@ TEST_F(TranscriptViewTest, text_is_selected_across_lines_and_copied) {
     EXPECT_EQ(view.selectedText(), QStringLiteral("First words\nsecond words"));
 }
 
-TEST_F(TranscriptViewTest, a_changed_line_drops_a_selection_in_it_but_not_one_before) {
+TEST_F(TranscriptViewTest, a_selection_and_a_marked_word_last_until_their_own_lines_change) {
     auto lines = talk(6);
     shown.setLines(lines);
     view.selectAll();
@@ -169,6 +166,15 @@ TEST_F(TranscriptViewTest, a_changed_line_drops_a_selection_in_it_but_not_one_be
     lines[3].text = "short";
     shown.setLines(lines);
     EXPECT_TRUE(view.selectedText().isEmpty());
+
+    view.moveTo(wordFrom(shown, {.line = 2}));
+    lines.insert(lines.begin(), line(90, "Anke", "A line that came late."));
+    shown.setLines(lines);
+    ASSERT_TRUE(view.word());
+    EXPECT_EQ(view.word()->from.line, 3);
+    lines[3].text = "Something else";
+    shown.setLines(lines);
+    EXPECT_FALSE(view.word());
 }
 
 TEST_F(TranscriptViewTest, a_click_chooses_a_word_and_a_drag_or_the_end_of_a_selection_does_not) {
@@ -228,50 +234,6 @@ TEST_F(TranscriptViewTest, arrow_keys_lead_from_word_to_word_and_enter_chooses) 
     EXPECT_FALSE(view.word());
 }
 
-TEST_F(TranscriptViewTest, a_word_keeps_its_mark_while_lines_come_before_it_and_loses_it_with_its_line) {
-    auto lines = talk(4);
-    shown.setLines(lines);
-    view.moveTo(wordFrom(shown, {.line = 2}));
-    lines.insert(lines.begin(), line(90, "Anke", "A line that came late."));
-    shown.setLines(lines);
-    ASSERT_TRUE(view.word());
-    EXPECT_EQ(view.word()->from.line, 3);
-    lines[3].text = "Something else";
-    shown.setLines(lines);
-    EXPECT_FALSE(view.word());
-}
-
-TEST_F(TranscriptViewTest, the_type_grows_around_what_is_read) {
-    shown.setLines(talk(80));
-    bar().setValue(bar().maximum() / 2);
-    const auto before = view.reading();
-    const int usual = view.page().lineHeight();
-    for (const double factor : {2.0, 0.8, 1.25}) {
-        view.setZoom(factor);
-        EXPECT_EQ(view.page().lineHeight(), qRound(usual * factor));
-        EXPECT_EQ(view.reading()->line, before->line);
-    }
-}
-
-TEST_F(TranscriptViewTest, new_lines_slide_only_at_the_end_and_only_where_things_move) {
-    auto lines = talk(40);
-    shown.setLines(lines);
-    settle();
-    const auto differsWhileNew = [&](SegmentId id) {
-        lines.push_back(line(id, "Me", "This line is new."));
-        shown.setLines(lines);
-        const QImage first = view.viewport()->grab().toImage();
-        std::this_thread::sleep_for(std::chrono::milliseconds(180));
-        settle();
-        return first != view.viewport()->grab().toImage();
-    };
-    EXPECT_FALSE(differsWhileNew(900));
-    theme.setMotion(true);
-    EXPECT_TRUE(differsWhileNew(901));
-    bar().setValue(bar().maximum() / 2);
-    EXPECT_FALSE(differsWhileNew(902));
-}
-
 TEST_F(TranscriptViewTest, ten_thousand_lines_cost_a_screenful) {
     auto lines = talk(10'000);
     shown.setLines(lines);
@@ -293,5 +255,4 @@ TEST_F(TranscriptViewTest, ten_thousand_lines_cost_a_screenful) {
 }
 
 } // namespace
-
 } // namespace tavrin

@@ -2,7 +2,6 @@
 #include "ui/settings/SettingsTestSupport.h"
 
 #include <QAction>
-#include <set>
 
 namespace tavrin {
 namespace {
@@ -53,9 +52,8 @@ TEST_F(SettingsTest, search_leaves_rows_that_say_all_its_words) {
         settle();
         QStringList found;
         for (const char* words : {"API token", "Speech model (base)", "Meeting audio", "Speech language", "Key",
-                                  "Halden Foods", "Northline", "Tavrin Assistant"})
-            if (isShown(words) && page.isAncestorOf(&search)) found += QString::fromUtf8(words);
-        found.removeOne(QStringLiteral("Tavrin Assistant")); // stands in the side bar as well
+                                  "Halden Foods", "Northline"})
+            if (isShown(words)) found += QString::fromUtf8(words);
         return found.join(QLatin1Char(',')).toStdString();
     };
     const std::pair<const char*, const char*> cases[] = {{"speech", "Speech model (base),Speech language"},
@@ -134,7 +132,7 @@ TEST_F(SettingsTest, tabs_are_not_cut_at_twice_the_type) {
     }
 }
 
-TEST_F(SettingsTest, a_sheet_asks_before_audio_is_deleted) {
+TEST_F(SettingsTest, a_sheet_that_keeps_the_focus_asks_before_audio_is_deleted) {
     page.show(sample());
     int asked = 0;
     QObject::connect(&page, &SettingsPage::leftAudioDeleteRequested, [&] { ++asked; });
@@ -144,6 +142,10 @@ TEST_F(SettingsTest, a_sheet_asks_before_audio_is_deleted) {
     ASSERT_NE(openSheet(), nullptr);
     EXPECT_TRUE(isShown("2 files, 812 MB of meetings")) << "it says how much";
     EXPECT_EQ(focused(), QStringLiteral("Cancel"));
+    for (int i = 0; i < 6; ++i) {
+        pressAtFocus(i < 3 ? Qt::Key_Tab : Qt::Key_Backtab);
+        ASSERT_TRUE(openSheet()->isAncestorOf(QApplication::focusWidget()));
+    }
     for (QWidget* owner : {static_cast<QWidget*>(&window), static_cast<QWidget*>(&page)})
         for (QAction* key : owner->actions())
             if (key->shortcut() != QKeySequence(QStringLiteral("Ctrl+Q"))) key->trigger();
@@ -168,14 +170,7 @@ TEST_F(SettingsTest, a_sheet_asks_before_audio_is_deleted) {
     EXPECT_EQ(openSheet(), nullptr);
 }
 
-TEST_F(SettingsTest, the_licences_name_what_the_program_links) {
-    std::set<QString> names;
-    for (const Licence& each : builtInLicences())
-        names.insert(each.name);
-    for (const char* name :
-         {"Qt 6", "ICU", "JSON for Modern C++", "spdlog", "fmt", "SoX Resampler", "libsecret", "GLib",
-          "PulseAudio client library", "PipeWire client library", "ONNX Runtime", "KISS FFT", "zlib"})
-        EXPECT_TRUE(names.contains(QString::fromUtf8(name))) << name;
+TEST_F(SettingsTest, the_licences_are_shown_but_for_damaged_lines) {
     EXPECT_EQ(licencesIn("a\tb\tc\nno tabs\n\t\t\nd\te\n").size(), 1);
 
     page.show(sample());

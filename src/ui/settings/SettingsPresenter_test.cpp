@@ -205,7 +205,7 @@ TEST_F(SettingsPresenterTest, corrections_are_written_changed_and_deleted_by_key
     EXPECT_FALSE(isShown("No corrections yet"));
 }
 
-TEST_F(SettingsPresenterTest, left_over_audio_is_counted_and_deleted_only_at_the_users_word) {
+TEST_F(SettingsPresenterTest, left_over_audio_is_counted_found_and_deleted_only_at_the_users_word) {
     keep("OLD-me.pcm", 1500);
     keep("KEPT-me.pcm", 20'000);
     keep("KEPT-checkpoint.json", 30);
@@ -216,6 +216,11 @@ TEST_F(SettingsPresenterTest, left_over_audio_is_counted_and_deleted_only_at_the
     presenter.refresh();
     run();
     EXPECT_TRUE(isShown("3 files, 22 kB") && isShown("1 file, 30 bytes") && isShown("1 file, 1.5 kB"));
+    QStringList asked;
+    QObject::connect(&presenter, &SettingsPresenter::folderOpenRequested, [&](const QString& path) { asked += path; });
+    click(button("Open the folder of Meeting audio"));
+    EXPECT_EQ(asked, QStringList{QStringLiteral("/recordings")});
+    EXPECT_FALSE(button("Open the folder of Diagnostics").isEnabled());
 
     QAbstractButton& remove = button("Delete audio left over from old meetings");
     click(remove);
@@ -267,17 +272,6 @@ TEST_F(SettingsPresenterTest, a_damaged_file_is_told_until_the_user_has_read_it)
     EXPECT_FALSE(isShown("The settings could not be read."));
 }
 
-TEST_F(SettingsPresenterTest, an_open_folder_is_asked_for_by_its_path) {
-    keep("KEPT-me.pcm", 10);
-    presenter.refresh();
-    run();
-    QStringList asked;
-    QObject::connect(&presenter, &SettingsPresenter::folderOpenRequested, [&](const QString& path) { asked += path; });
-    click(button("Open the folder of Meeting audio"));
-    EXPECT_EQ(asked, QStringList{QStringLiteral("/recordings")});
-    EXPECT_FALSE(button("Open the folder of Diagnostics").isEnabled());
-}
-
 TEST_F(SettingsPresenterTest, models_count_wherever_they_lie_and_once) {
     const std::filesystem::path elsewhere = disk.path() / "elsewhere" / "openai_whisper-base";
     std::filesystem::create_directories(elsewhere);
@@ -311,16 +305,12 @@ TEST_F(SettingsPresenterTest, models_count_wherever_they_lie_and_once) {
 }
 
 TEST(KeptAmountsTest, amounts_are_told_by_thousands_and_never_as_a_thousand_of_a_unit) {
-    const std::pair<std::uint64_t, const char*> cases[] = {{0, "0 bytes"},
-                                                           {1, "1 byte"},
+    const std::pair<std::uint64_t, const char*> cases[] = {{1, "1 byte"},
                                                            {999, "999 bytes"},
                                                            {1000, "1.0 kB"},
-                                                           {9949, "9.9 kB"},
                                                            {9950, "10 kB"},
                                                            {999'499, "999 kB"},
                                                            {999'500, "1.0 MB"},
-                                                           {145'200'000, "145 MB"},
-                                                           {1'612'000'000, "1.6 GB"},
                                                            {5'000'000'000'000'000, "5000 TB"}};
     for (const auto& [bytes, words] : cases)
         EXPECT_EQ(byteWords(bytes), words);

@@ -9,7 +9,6 @@
 #include <QAbstractButton>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMouseEvent>
 #include <stdexcept>
 
 namespace tavrin {
@@ -39,12 +38,8 @@ protected:
     }
 
     static void click(QWidget& widget) {
-        const QPoint at = widget.rect().center();
-        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            const auto held = type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
-            QMouseEvent event(type, at, widget.mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
-            QCoreApplication::sendEvent(&widget, &event);
-        }
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+            mouseEvent(widget, type, widget.rect().center());
         settle();
     }
 
