@@ -79,7 +79,7 @@ TEST_F(TranscriptSearchTest, ten_thousand_lines_are_searched_between_two_key_str
         {"Zuerst die Gestelle, dann die Preise, und alles Übrige kann bis Dienstag warten, würde ich meinen.",
          "übrig"}};
     for (const auto& [text, wanted] : languages) {
-        lines.setLines(dialogue(10'000, [&](int) { return text; }));
+        lines.setLines(dialogue(10'000, [said = text](int) { return said; }));
         search.find({});
         const QString typed = utf8(wanted);
         for (qsizetype length = 1; length <= typed.size(); ++length) {
