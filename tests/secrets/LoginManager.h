@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../notifications/BusService.h"
+#include "BusService.h"
 
 #include <gio/gunixfdlist.h>
 #include <poll.h>

@@ -22,8 +22,8 @@ namespace tavrin {
 /// The one connection of this program to a sound server that speaks the PulseAudio protocol.
 ///
 /// It connects by itself and, once the server went or stopped answering, tries again every second. A server that hangs
-/// is noticed within four seconds, since it says nothing of it. While something records, the defaults are looked up
-/// over a second connection, too, where the first may not be told of a change.
+/// is noticed within four seconds, since it says nothing of it. While something records, PipeWire is asked for the
+/// defaults over a second connection, too: it may not tell the first of a change.
 /// Thread: any, unless said otherwise. Callbacks of the library run on a thread of its own, the loop.
 /// Life:   outlives all that stands on it.
 class PulseServer final {
@@ -69,7 +69,7 @@ public:
     [[nodiscard]] pa_context* connection() const;
     void add(Client& client);
     void remove(Client& client);
-    /// Holding the lock, or on the loop: while there are recordings, no change of the defaults may be missed.
+    /// Holding the lock, or on the loop. While there are recordings, the defaults are asked for anew now and then.
     void recordingBegins() { ++recordings; }
     void recordingEnds() { --recordings; }
 
