@@ -4,6 +4,7 @@
 #include "ui/ModelSetupSheet.h"
 #include "ui/SideBar.h"
 #include "ui/meeting/MeetingPage.h"
+#include "ui/meeting/TranscriptWindow.h"
 #include "ui/settings/SettingsPage.h"
 
 #include <QDesktopServices>
@@ -53,9 +54,8 @@ SettingsPresenter::Dependencies settingsOf(Executor& main, Services& services) {
 } // namespace
 
 Shell::Shell(QApplication& app, Executor& mainExecutor, Services& all)
-    : application(app), main(mainExecutor), services(all), delegate(app, services.notifications), theme(app),
-      appearance(theme), window(theme), tray(theme),
-      meeting(services.session, services.audioDevices, window.meetingPage()),
+    : main(mainExecutor), services(all), delegate(app, services.notifications), theme(app), appearance(theme),
+      window(theme), tray(theme), meeting(services.session, services.audioDevices, window.meetingPage()),
       transcript({.vocabulary = services.vocabulary,
                   .preferences = services.preferences,
                   .exampleHeard = services.deployment.vocabulary.exampleHeard,
@@ -92,7 +92,7 @@ void Shell::perform(const QString& action) {
     else if (action == QLatin1String("stop"))
         session.stop();
     else if (action == QLatin1String("quit"))
-        application.quit();
+        quit();
     else
         log.info("an unknown action was asked for");
 }
@@ -115,11 +115,11 @@ void Shell::joinTray() {
     connect(&tray, &TrayIcon::pauseRequested, this, [&session] { session.pauseRecording(); });
     connect(&tray, &TrayIcon::resumeRequested, this, [&session] { session.resume(); });
     connect(&tray, &TrayIcon::stopRequested, this, [&session] { session.stop(); });
-    connect(&tray, &TrayIcon::quitRequested, this, [this] { application.quit(); });
+    connect(&tray, &TrayIcon::quitRequested, this, &Shell::quit);
 }
 
 void Shell::joinWindow() {
-    connect(&window, &MainWindow::quitRequested, this, [this] { application.quit(); });
+    connect(&window, &MainWindow::quitRequested, this, &Shell::quit);
     connect(&window, &MainWindow::hiddenByUser, this, [this] { closed(); });
     connect(&window, &MainWindow::sectionShown, this, [this](Section section) {
         if (section == Section::settings) settings.refresh();
@@ -141,6 +141,13 @@ void Shell::watchDevices() {
             if (*alive) meeting.refresh();
         });
     });
+}
+
+/// `QApplication::quit` ends nothing for as long as any window stays, and the icon in a tray may be one.
+void Shell::quit() {
+    TranscriptWindow& apart = window.transcriptWindow();
+    if (apart.isVisible()) apart.close(); // keeps its place
+    QApplication::exit();
 }
 
 /// A closed window leaves the program in the tray; without a tray it stays on the bus, and a second start opens it.

@@ -37,8 +37,8 @@ private:
     void watchDevices();
     void showStatus();
     void closed();
+    void quit();
 
-    QApplication& application;
     Executor& main;
     Services& services;
     TavrinAssistantAppDelegate delegate;

@@ -91,6 +91,8 @@ void MainWindow::addPages() {
     connect(bar, &SideBar::sectionChosen, this, &MainWindow::showSection);
     connect(bar, &SideBar::accountChosen, this, [this] { showSection(Section::settings); });
     connect(meeting, &MeetingPage::elapsedShown, bar, &SideBar::setLiveTime);
+    connect(meeting, &MeetingPage::shown, home, qOverload<const MeetingState&>(&HomePage::show));
+    connect(home, &HomePage::meetingRequested, this, [this] { showSection(Section::meeting); });
     connect(home, &HomePage::startRequested, this, [this] {
         showSection(Section::meeting);
         meeting->head().startOrStop();

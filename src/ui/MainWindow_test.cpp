@@ -3,6 +3,7 @@
 #include "ui/ModelSetupSheet.h"
 #include "ui/UiTestSupport.h"
 #include "ui/components/NoticeLine.h"
+#include "ui/home/HomePage.h"
 #include "ui/meeting/MeetingPage.h"
 #include "ui/meeting/TranscriptView.h"
 #include "ui/meeting/TranscriptWindow.h"
@@ -66,6 +67,27 @@ TEST_F(MainWindowTest, the_start_key_works_from_anywhere_unless_a_sheet_or_the_s
     window.modelSetup().open();
     shortcut("Ctrl+R");
     EXPECT_EQ(starts, 1);
+}
+
+TEST_F(MainWindowTest, home_starts_a_meeting_and_goes_to_the_open_one_which_it_never_ends) {
+    int starts = 0;
+    int stops = 0;
+    QObject::connect(&window.meetingPage(), &MeetingPage::startRequested, [&] { ++starts; });
+    QObject::connect(&window.meetingPage(), &MeetingPage::stopRequested, [&] { ++stops; });
+    const auto pressAtHome = [&] {
+        window.showSection(Section::home);
+        window.findChild<HomePage*>()->findChild<QAbstractButton*>()->click();
+        return window.section();
+    };
+    EXPECT_EQ(pressAtHome(), Section::meeting);
+    EXPECT_EQ(starts, 1);
+    for (const MeetingPhase phase : {MeetingPhase::loading, MeetingPhase::recording, MeetingPhase::paused}) {
+        window.meetingPage().show({.phase = phase, .startEnabled = false});
+        EXPECT_EQ(pressAtHome(), Section::meeting);
+    }
+    window.meetingPage().show({.startEnabled = false}); // a meeting is being closed
+    EXPECT_EQ(pressAtHome(), Section::home);
+    EXPECT_EQ(std::pair(starts, stops), std::pair(1, 0));
 }
 
 TEST_F(MainWindowTest, the_transcript_in_its_own_window_shows_the_same_and_ends_nothing) {

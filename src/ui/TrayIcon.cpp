@@ -4,35 +4,49 @@
 
 #include <QIcon>
 #include <QMenu>
-#include <QSystemTrayIcon>
+#include <QPainter>
 
 namespace tavrin {
 
 namespace {
 
-constexpr int glyph = 18;
+/// The program's tile, with a dot while sound is recorded. Nobody says whether a tray is light or dark, and a tile can
+/// be told from both.
+QPixmap tile(const Theme& theme, int size, bool withDot) {
+    QPixmap picture =
+        theme.icon(size < 24 ? QStringLiteral("app-16") : QStringLiteral("app"), size, theme.color(Token::text), 1);
+    if (!withDot) return picture;
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const double radius = size * 0.2;
+    const QPointF center(size - radius, size - radius);
+    painter.setCompositionMode(QPainter::CompositionMode_Clear);
+    painter.drawEllipse(center, radius * 1.35, radius * 1.35);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    painter.setBrush(theme.color(Token::rec));
+    painter.drawEllipse(center, radius, radius);
+    return picture;
+}
 
 } // namespace
 
 TrayIcon::TrayIcon(const Theme& shown) : theme(shown), menu(std::make_unique<QMenu>()) {
     fillMenu();
-    if (QSystemTrayIcon::isSystemTrayAvailable()) {
-        icon = std::make_unique<QSystemTrayIcon>();
-        icon->setContextMenu(menu.get());
-        connect(icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-            if (reason == QSystemTrayIcon::Trigger) emit openRequested();
-        });
-        connect(&theme, &Theme::changed, this, &TrayIcon::drawIcon);
-    }
+    icon.setContextMenu(menu.get());
+    connect(&icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) emit openRequested();
+    });
+    connect(&theme, &Theme::changed, this, &TrayIcon::drawIcon);
     show(MeetingState{.statusText = "Idle"});
     drawIcon();
-    if (icon) icon->show();
+    icon.show(); // a tray that comes later, as at the start of a desktop, takes it then
 }
 
 TrayIcon::~TrayIcon() = default;
 
 bool TrayIcon::isShown() const {
-    return icon && icon->isVisible();
+    return QSystemTrayIcon::isSystemTrayAvailable() && icon.isVisible();
 }
 
 void TrayIcon::fillMenu() {
@@ -58,19 +72,17 @@ void TrayIcon::show(const MeetingState& state) {
     resume->setVisible(state.phase == MeetingPhase::paused);
     stop->setVisible(open);
     stop->setEnabled(state.stopEnabled);
-    if (icon) icon->setToolTip(tr("Tavrin Assistant — %1").arg(words));
+    icon.setToolTip(tr("Tavrin Assistant — %1").arg(words));
     if (capturing == isCapturing(state.phase)) return;
     capturing = isCapturing(state.phase);
     drawIcon();
 }
 
 void TrayIcon::drawIcon() {
-    if (!icon) return;
-    const QString name = capturing ? QStringLiteral("tray-recording") : QStringLiteral("tray");
     QIcon picture;
-    for (const double ratio : {1.0, 2.0})
-        picture.addPixmap(theme.icon(name, glyph, theme.color(Token::text), ratio));
-    icon->setIcon(picture);
+    for (const int size : {16, 22, 24, 32, 48})
+        picture.addPixmap(tile(theme, size, capturing));
+    icon.setIcon(picture);
 }
 
 } // namespace tavrin

@@ -4,16 +4,16 @@
 #include "ui/meeting/MeetingState.h"
 
 #include <QObject>
+#include <QSystemTrayIcon>
 #include <memory>
 
 class QAction;
 class QMenu;
-class QSystemTrayIcon;
 
 namespace tavrin {
 
 /// The program's face in the desktop's tray: what the meeting is doing, and a menu for it. Where the desktop has no
-/// tray there is nothing, and nothing is asked of it. Thread: the windows' thread. The theme outlives it.
+/// tray there is nothing until one comes. Thread: the windows' thread. The theme outlives it.
 class TrayIcon final : public QObject {
     Q_OBJECT
 
@@ -39,7 +39,7 @@ private:
 
     const Theme& theme;
     std::unique_ptr<QMenu> menu;
-    std::unique_ptr<QSystemTrayIcon> icon;
+    QSystemTrayIcon icon;
     QAction* status = nullptr;
     QAction* start = nullptr;
     QAction* pause = nullptr;

@@ -49,7 +49,8 @@ shows_meeting() {
 window_is_there() { xdotool search --onlyvisible --name 'Tavrin Assistant'; }
 window_is_away() { ! window_is_there; }
 close_window() {
-  xdotool search --onlyvisible --name 'Tavrin Assistant' windowfocus --sync key alt+F4
+  xdotool search --onlyvisible --name 'Tavrin Assistant' windowfocus --sync
+  xdotool key alt+F4 # by itself: what is sent to a window that goes leaves the keys pressed
   sound_until 5 window_is_away || fail "the window does not close"
 }
 shown() { timeout 5 "$screen_text" "Tavrin Assistant"; }

@@ -185,15 +185,22 @@ click_meeting() {
   "$judge" clicks 2 "$(meeting_file me.pcm)" "$(meeting_file them.pcm)" >&2
 }
 
+# What a virtual machine's host kept of the processors, in hundredths of a second.
+stolen() { awk '$1 == "cpu" { print $9 + 0 }' /proc/stat; }
+
+# A busy machine makes gaps by itself: it lets the window's loop sleep longer than it asked. What counts is how long the
+# loop was ever away once there was something to do.
 judge_heartbeat() {
-  local worst
-  worst=$(sed -n 's/^worst_gap_ms //p' "$folder/heartbeat.txt")
-  say "  the window's longest gap between two beats of 10 ms: ${worst:-unknown} ms"
-  [ -n "$worst" ] && awk "BEGIN { exit !($worst <= 50) }"
+  local gap turn
+  gap=$(sed -n 's/^worst_gap_ms //p' "$folder/heartbeat.txt")
+  turn=$(sed -n 's/^longest_turn_ms //p' "$folder/heartbeat.txt")
+  say "  the window's longest gap between two beats of 10 ms: ${gap:-unknown} ms, kept by the program: ${turn:-unknown} ms"
+  [ -n "$turn" ] && awk "BEGIN { exit !($turn > 0 && $turn <= 50) }"
 }
 
 one_demo() {
-  local kind=$1 fine=0
+  local kind=$1 fine=0 before
+  before=$(stolen)
   folder=$demo/$kind
   say "A meeting on $kind"
   sound_start "$kind" "$folder" && start_screen && install_program "$models" && start_program || return 1
@@ -201,6 +208,7 @@ one_demo() {
   if [ -n "$leak" ]; then judge_echo || fine=1; else click_meeting || fine=1; fi
   act quit || fine=1
   await 10 test -s "$folder/heartbeat.txt" && judge_heartbeat || fine=1
+  say "  kept from this machine by its host meanwhile: $((($(stolen) - before) * 10)) ms of a processor"
   say "  recordings: $XDG_DATA_HOME/TavrinAssistant/Recordings"
   return $fine
 }

@@ -202,6 +202,9 @@ void takeSections(Theme& theme, shots::Camera& camera, const QString& suffix) {
         const auto window = makeWindow(theme, section);
         camera.take(*window, QString::fromLatin1(name) + suffix, usual);
     }
+    const auto recording = makeWindow(theme, Section::home);
+    recording->meetingPage().show(shots::recording());
+    camera.take(*recording, QStringLiteral("home-recording") + suffix, usual);
     const auto setup = makeWindow(theme, Section::home);
     setup->modelSetup().setModels(shots::settings().models, true);
     setup->modelSetup().open();

@@ -1,5 +1,6 @@
 #include "ui/home/HomePage.h"
 
+#include "ui/PlatformWords.h"
 #include "ui/components/Button.h"
 #include "ui/components/Card.h"
 #include "ui/components/EmptyState.h"
@@ -16,31 +17,6 @@
 namespace tavrin {
 
 namespace {
-
-/// What can be done now, as a card over the whole width.
-Card* recordCard(const Theme& theme, Button& start) {
-    auto* card = new Card(theme);
-    card->content().setContentsMargins(24, 20, 20, 20);
-    auto* row = new QHBoxLayout;
-    row->setSpacing(16);
-    row->addWidget(new IconView(theme, QStringLiteral("meeting"), 32, Token::accentText, card));
-    auto* words = new QVBoxLayout;
-    words->setSpacing(0);
-    auto* heading = new Label(theme, TextStyle::section, HomePage::tr("Record a meeting"), Token::text, card);
-    heading->setWordWrap(true);
-    words->addStretch(1);
-    words->addWidget(heading);
-    auto* text = new Label(theme, TextStyle::text, HomePage::tr("Both sides are written down while you talk."),
-                           Token::text2, card);
-    text->setWordWrap(true);
-    words->addWidget(text);
-    words->addStretch(1);
-    row->addLayout(words, 1);
-    row->addWidget(new KeyCap(theme, {QStringLiteral("Ctrl"), QStringLiteral("R")}, card));
-    row->addWidget(&start);
-    card->content().addLayout(row);
-    return card;
-}
 
 /// A column of the page: a heading, and below it a card that says what will be there.
 QVBoxLayout* emptyColumn(const Theme& theme, const QString& heading, const QString& icon, const QString& title,
@@ -61,15 +37,16 @@ QVBoxLayout* emptyColumn(const Theme& theme, const QString& heading, const QStri
 
 HomePage::HomePage(const Theme& shown, QWidget* parent)
     : QWidget(parent), theme(shown), title(new Label(theme, TextStyle::page)),
-      start(new Button(theme, Button::Kind::primary, tr("Start Recording"), QStringLiteral("record"))),
-      columns(new QBoxLayout(QBoxLayout::LeftToRight)) {
+      heading(new Label(theme, TextStyle::section)), text(new Label(theme, TextStyle::text, {}, Token::text2)),
+      keys(new KeyCap(theme, {QStringLiteral("Ctrl"), QStringLiteral("R")})),
+      button(new Button(theme, Button::Kind::primary, {})), columns(new QBoxLayout(QBoxLayout::LeftToRight)) {
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     auto* page = new ScrollPage(theme, this);
     whole->addWidget(page);
     title->setMinimumHeight(32);
     page->content().addWidget(title);
-    page->content().addWidget(recordCard(theme, *start));
+    page->content().addWidget(meetingCard());
     columns->setSpacing(24);
     columns->addLayout(emptyColumn(theme, tr("Recent meetings"), QStringLiteral("waveform"),
                                    tr("No list of meetings yet"),
@@ -81,7 +58,48 @@ HomePage::HomePage(const Theme& shown, QWidget* parent)
                        1);
     page->content().addLayout(columns, 1);
     connect(&theme, &Theme::changed, this, &HomePage::fit);
-    connect(start, &Button::clicked, this, &HomePage::startRequested);
+    connect(button, &Button::clicked, this,
+            [this] { meetingIsOpen ? emit meetingRequested() : emit startRequested(); });
+    show(MeetingState{});
+}
+
+/// What can be done now, as a card over the whole width.
+QWidget* HomePage::meetingCard() {
+    auto* card = new Card(theme);
+    card->content().setContentsMargins(24, 20, 20, 20);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(16);
+    row->addWidget(new IconView(theme, QStringLiteral("meeting"), 32, Token::accentText, card));
+    auto* words = new QVBoxLayout;
+    words->setSpacing(0);
+    words->addStretch(1);
+    for (Label* label : {heading, text}) {
+        label->setWordWrap(true);
+        words->addWidget(label);
+    }
+    words->addStretch(1);
+    row->addLayout(words, 1);
+    row->addWidget(keys);
+    row->addWidget(button);
+    card->content().addLayout(row);
+    return card;
+}
+
+void HomePage::show(const MeetingState& state) {
+    meetingIsOpen = isOpen(state.phase);
+    keys->setVisible(!meetingIsOpen);
+    button->setEnabled(meetingIsOpen || state.startEnabled);
+    if (meetingIsOpen) {
+        heading->setText(state.title.empty() ? tr("Meeting in progress") : QString::fromStdString(state.title));
+        text->setText(platformWords(state.statusText));
+        button->setText(tr("Open Meeting"));
+        button->setIconName(QStringLiteral("meeting"));
+    } else {
+        heading->setText(tr("Record a meeting"));
+        text->setText(tr("Both sides are written down while you talk."));
+        button->setText(tr("Start Recording"));
+        button->setIconName(QStringLiteral("record"));
+    }
 }
 
 void HomePage::fit() {
@@ -92,10 +110,6 @@ void HomePage::fit() {
 
 void HomePage::resizeEvent(QResizeEvent* /*event*/) {
     fit();
-}
-
-void HomePage::setStartEnabled(bool enabled) {
-    start->setEnabled(enabled);
 }
 
 void HomePage::showEvent(QShowEvent* /*event*/) {

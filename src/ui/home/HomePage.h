@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ui/Theme.h"
+#include "ui/meeting/MeetingState.h"
 
 #include <QWidget>
 
@@ -9,31 +10,40 @@ class QBoxLayout;
 namespace tavrin {
 
 class Button;
+class KeyCap;
 class Label;
 
-/// The first page: what can be done now, and what will stand here.
+/// The first page: what can be done now, and what will stand here. A meeting can be started from it, or gone to while
+/// one is open.
 class HomePage final : public QWidget {
     Q_OBJECT
 
 public:
     explicit HomePage(const Theme& theme, QWidget* parent = nullptr);
 
-    /// Whether a meeting can be started.
-    void setStartEnabled(bool enabled);
+    using QWidget::show;
+    void show(const MeetingState& state);
 
 signals:
     void startRequested();
+    /// The page of the open meeting is wanted.
+    void meetingRequested();
 
 protected:
     void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    QWidget* meetingCard();
     void fit();
 
     const Theme& theme;
     Label* title;
-    Button* start;
+    Label* heading;
+    Label* text;
+    KeyCap* keys;
+    Button* button;
+    bool meetingIsOpen = false;
     QBoxLayout* columns;
 };
 

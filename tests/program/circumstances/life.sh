@@ -19,6 +19,26 @@ second_start() {
   quit_program
 }
 
+# A desktop that starts its tray after the program: the icon comes, tells of the recording, and brings the window back.
+tray_comes_later() {
+  local icon idle
+  started_program
+  close_window
+  sound_spawn player-tray trayer --expand true
+  sound_until 5 tray_icon || fail "the tray has no icon"
+  icon=$(tray_icon)
+  idle=$(picture_of "$icon")
+  begin_meeting
+  sound_until 5 looks_other_than "$icon" "$idle" || fail "the icon does not tell of the recording"
+  xdotool mousemove --window "$icon" 8 8 click 1
+  sound_until 5 window_is_there || fail "a click on the icon does not open the window"
+  end_meeting
+  quit_program
+}
+tray_icon() { xdotool search --onlyvisible --classname tavrin-assistant; }
+picture_of() { import -window "$1" rgb:- | sha256sum; }
+looks_other_than() { [ "$(picture_of "$1")" != "$2" ]; }
+
 # What the desktop's menu of actions starts: a recording, in the program that runs or in a new one.
 recording_by_option() {
   local first
