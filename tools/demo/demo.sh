@@ -194,7 +194,7 @@ judge_heartbeat() {
   local gap turn
   gap=$(sed -n 's/^worst_gap_ms //p' "$folder/heartbeat.txt")
   turn=$(sed -n 's/^longest_turn_ms //p' "$folder/heartbeat.txt")
-  say "  the window's longest gap between two beats of 10 ms: ${gap:-unknown} ms, kept by the program: ${turn:-unknown} ms"
+  say "  the window's longest gap between two beats of 10 ms: ${gap:-unknown} ms, kept by the program: $(printf %.1f "${turn:-nan}") ms"
   [ -n "$turn" ] && awk "BEGIN { exit !($turn > 0 && $turn <= 50) }"
 }
 
