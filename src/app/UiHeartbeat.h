@@ -17,8 +17,7 @@ namespace tavrin {
 ///   a processor. Whatever of this program keeps the loop away is in it, and a wait that is overslept is not.
 class UiHeartbeat final : public QObject {
 public:
-    /// Writes "worst_gap_ms N" and "longest_turn_ms N" to `file` when it ends. Throws `std::system_error` where the
-    /// system does not tell what the thread waits for.
+    /// Writes "worst_gap_ms N" and "longest_turn_ms N" to `file` when it ends.
     explicit UiHeartbeat(QString file);
     ~UiHeartbeat() override;
 
@@ -28,7 +27,7 @@ public:
 
 private:
     void beat();
-    /// How long this thread ever was ready without a processor.
+    /// How long this thread ever was ready without a processor; zero where the system does not count it.
     [[nodiscard]] Duration readyForLong() const;
 
     const QString file;

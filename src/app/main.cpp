@@ -12,11 +12,13 @@
 
 #include <QApplication>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 namespace tavrin {
 namespace {
@@ -42,7 +44,19 @@ std::optional<int> statusBesideAnother(SingleInstance& instance, const CommandLi
     return std::nullopt;
 }
 
+/// Without a screen the toolkit ends a program by an abort.
+bool hasScreen(int count, char** arguments) {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        if (!qEnvironmentVariableIsEmpty(name)) return true;
+    return std::any_of(arguments, arguments + count,
+                       [](std::string_view argument) { return argument.starts_with("-platform"); });
+}
+
 int run(int count, char** arguments) {
+    if (!hasScreen(count, arguments)) {
+        std::fputs("Tavrin Assistant needs a desktop, and neither DISPLAY nor WAYLAND_DISPLAY names one.\n", stderr);
+        return EXIT_FAILURE;
+    }
     // Threads come later: the environment is read here.
     const XdgFolders folders = XdgFolders::ofThisUser();
     QApplication application(count, arguments);

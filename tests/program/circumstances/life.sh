@@ -19,6 +19,14 @@ second_start() {
   quit_program
 }
 
+# From a terminal that belongs to no desktop.
+no_screen() {
+  local status=0
+  env -u DISPLAY -u WAYLAND_DISPLAY timeout 10 "$program" 2>"$SOUND_FOLDER/second.log" || status=$?
+  [ "$status" = 1 ] || fail "it ends with $status"
+  grep -q "needs a desktop" "$SOUND_FOLDER/second.log"
+}
+
 # A desktop that starts its tray after the program: the icon comes, tells of the recording, and brings the window back.
 tray_comes_later() {
   local icon idle
