@@ -52,10 +52,11 @@ UiHeartbeat::~UiHeartbeat() {
     g_main_context_set_poll_func(g_main_context_default(), systemPoll);
     if (counts >= 0) ::close(counts);
     QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly)) return;
-    out.write("worst_gap_ms " + QByteArray::number(milliseconds(worstGap), 'f', 1) + "\nlongest_turn_ms " +
-              QByteArray::number(milliseconds(longestTurn), 'f', 3) + "\n");
-    out.commit();
+    const bool isOpen = out.open(QIODevice::WriteOnly);
+    if (isOpen)
+        out.write("worst_gap_ms " + QByteArray::number(milliseconds(worstGap), 'f', 1) + "\nlongest_turn_ms " +
+                  QByteArray::number(milliseconds(longestTurn), 'f', 3) + "\n");
+    if (!isOpen || !out.commit()) log.error("what was measured cannot be written: {}", out.errorString().toStdString());
 }
 
 Duration UiHeartbeat::readyForLong() const {

@@ -22,9 +22,9 @@ build=${TAVRIN_BUILD:-build/release}
 
 # The most seconds of each, on a machine that is busy with other things.
 on_pipewire="no_sound_server:60 no_microphone:60 microphone_unplugged:90 default_output_changed:90 server_killed:90
-  server_stopped:120 disk_full:150 recordings_not_writable:90 second_start:60 no_screen:20 tray_comes_later:90 recording_by_option:150
-  killed_at_random:900 model_missing:60 model_broken:90
-  token_missing:60 log_without_words:120 ended_while_recording:120 idle_cost:200
+  server_stopped:120 disk_full:150 recordings_not_writable:90 second_start:60 no_screen:20 tray_comes_later:90
+  recording_by_option:150 killed_at_random:900 model_missing:60 model_broken:90 token_missing:60 log_without_words:120
+  ended_while_recording:120 idle_cost:200
   former_program_taken_over:60 damaged_preferences:60 address_opened:60"
 on_pulseaudio="microphone_unplugged:90 server_killed:90"
 
